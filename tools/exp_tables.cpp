@@ -1,0 +1,73 @@
+// Writes the tables of the exponential kernels, all powers of 2 at equal steps, rounded to nearest from MPFR.
+#include <mpfr.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr int precision = 300;
+
+// 2^(j / rows)
+struct power {
+  mpfr_t value;
+  power(int j, int rows) {
+    mpfr_init2(value, precision);
+    mpfr_set_si(value, j, MPFR_RNDN);
+    mpfr_div_si(value, value, rows, MPFR_RNDN);
+    mpfr_exp2(value, value, MPFR_RNDN);
+  }
+  ~power() { mpfr_clear(value); }
+};
+
+// Fraction bits of the rounded power.
+void fractions(std::FILE* out, const char* name, int rows, bool single) {
+  std::fprintf(out, "// The %d fraction bits of 2^(j/%d).\n", single ? 23 : 52, rows);
+  std::fprintf(out, "alignas(64) constexpr std::int%d_t %s[%d] = {\n", single ? 32 : 64, name, rows);
+  for (int j = 0; j < rows; j++) {
+    const power p(j, rows);
+    if (single) {
+      const float f = mpfr_get_flt(p.value, MPFR_RNDN);
+      std::uint32_t bits;
+      std::memcpy(&bits, &f, sizeof bits);
+      std::fprintf(out, "    0x%06x,\n", bits & 0x7FFFFF);
+    } else {
+      const double d = mpfr_get_d(p.value, MPFR_RNDN);
+      std::uint64_t bits;
+      std::memcpy(&bits, &d, sizeof bits);
+      std::fprintf(out, "    0x%013llx,\n", static_cast<unsigned long long>(bits & 0xFFFFFFFFFFFFFull));
+    }
+  }
+  std::fprintf(out, "};\n\n");
+}
+
+// The power rounded to the type, and what is left, relative to it or absolute.
+void pairs(std::FILE* out, const char* name, int rows, bool single, bool relative) {
+  std::fprintf(out, "// hi = 2^(j/%d), rounded; lo = what is left%s.\n", rows,
+               relative ? ", relative to hi" : "");
+  std::fprintf(out, "alignas(64) constexpr %s %s[%d][2] = {\n", single ? "float" : "double", name, rows);
+  for (int j = 0; j < rows; j++) {
+    power p(j, rows);
+    const double hi = single ? mpfr_get_flt(p.value, MPFR_RNDN) : mpfr_get_d(p.value, MPFR_RNDN);
+    mpfr_sub_d(p.value, p.value, hi, MPFR_RNDN);
+    if (relative) mpfr_div_d(p.value, p.value, hi, MPFR_RNDN);
+    const double lo = single ? mpfr_get_flt(p.value, MPFR_RNDN) : mpfr_get_d(p.value, MPFR_RNDN);
+    std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", hi, lo);
+  }
+  std::fprintf(out, "};\n\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::FILE* out = argc == 2 ? std::fopen(argv[1], "w") : nullptr;
+  if (!out) return std::fprintf(stderr, "usage: exp_tables FILE\n"), 1;
+  std::fprintf(out, "// Written by tools/exp_tables.cpp; read by the exponential kernels.\n\n");
+  fractions(out, "TExpM128", 128, true);
+  pairs(out, "TExpS128", 128, true, true);
+  fractions(out, "TExpM128D", 128, false);
+  fractions(out, "TExpM1024D", 1024, false);
+  pairs(out, "TExpD64", 64, false, false);
+  return std::fclose(out) != 0;
+}

@@ -1,0 +1,111 @@
+// The floating-point environment of a kernel: entered, and left with the flags it raised, by a scope object.
+//
+// Arithmetic may not move across the change of the control words. Loads and stores cannot cross the fences; a
+// value in a register could, so scalars that come by value are laundered after entry and results leave
+// through memory.
+#pragma once
+#include <xmmintrin.h>
+
+#include <cstdint>
+
+#include "frame/state.h"
+#include "vector/lanes.h"
+
+namespace zur::inline ZUR_WIDTH {
+
+namespace fp {
+
+inline constexpr unsigned masks = 0x1F80;   // all SSE exceptions masked
+inline constexpr unsigned flags = 0x3F;     // the sticky flags
+inline constexpr unsigned flush = 0x8040;   // flush-to-zero and denormals-are-zero
+inline constexpr unsigned nearest = masks;  // control words by rounding
+inline constexpr unsigned up = masks | 0x4000;
+inline constexpr unsigned down = masks | 0x2000;
+inline constexpr unsigned toward_zero = masks | 0x6000;
+
+ZUR_INLINE void fence() { asm volatile("" ::: "memory"); }
+
+// x * x at run time, so that the flags of an overflow or an underflow are raised.
+template <class T> ZUR_INLINE T square(T x) {
+  asm volatile("" : "+x"(x));
+  return x * x;
+}
+
+}  // namespace fp
+
+// The x87 control word: exceptions masked, and with `wanted` not 0 its precision and rounding fixed too
+// (0x23F: 53 bits, 0x33F: 64 bits, to nearest). Exception flags raised inside stay.
+template <std::uint16_t wanted = 0> class x87_scope {
+  static constexpr std::uint16_t fixed = wanted ? 0xF3F : 0x3F, value = wanted ? wanted : 0x3F;
+  std::uint16_t saved_;
+  bool changed_;
+
+ public:
+  ZUR_INLINE x87_scope() {
+    asm volatile("fnstcw %0" : "=m"(saved_));
+    changed_ = (saved_ & fixed) != value;
+    if (changed_) [[unlikely]] {
+      const std::uint16_t word = (saved_ & ~fixed) | value;
+      asm volatile("fnclex\n\tfldcw %0" ::"m"(word));
+    }
+  }
+  ZUR_INLINE ~x87_scope() {
+    if (changed_) [[unlikely]] {
+      asm volatile("fldcw %0" ::"m"(saved_));
+    }
+  }
+  x87_scope(const x87_scope&) = delete;
+};
+
+// Nearly all kernels: SSE exceptions masked, rounding the kernel's own, denormals as the mode word says.
+template <unsigned control = fp::nearest, std::uint16_t x87 = 0> class usual_environment {
+  x87_scope<x87> x87_;
+  std::uint32_t mode_;
+  unsigned saved_;
+  bool changed_;
+
+ public:
+  ZUR_INLINE usual_environment() : mode_(zur::mode()) {
+    const bool flushing = (mode_ & ZUR_DENORMALS_MASK) == ZUR_FLUSH_DENORMALS;
+    const unsigned want = control | (flushing ? fp::flush : 0);
+    saved_ = _mm_getcsr();
+    changed_ = (saved_ & 0xFFC0) != want;
+    if (changed_) [[unlikely]]
+      _mm_setcsr((saved_ & 0xFFFF003F) | want);
+    fp::fence();
+  }
+  ZUR_INLINE ~usual_environment() {
+    fp::fence();
+    if (changed_) [[unlikely]]
+      _mm_setcsr(saved_ | (_mm_getcsr() & fp::flags));
+  }
+  usual_environment(const usual_environment&) = delete;
+
+  // The mode word as read on entry.
+  std::uint32_t mode() const { return mode_; }
+};
+
+// Exceptions masked, nothing else: rounding and denormals stay the caller's and no mode word is read.
+class mask_only_environment {
+  x87_scope<> x87_;
+  unsigned saved_;
+  bool changed_;
+
+ public:
+  ZUR_INLINE mask_only_environment() {
+    saved_ = _mm_getcsr();
+    changed_ = (saved_ & fp::masks) != fp::masks;
+    if (changed_) [[unlikely]]
+      _mm_setcsr(saved_ | fp::masks);
+    fp::fence();
+  }
+  ZUR_INLINE ~mask_only_environment() {
+    fp::fence();
+    if (changed_) [[unlikely]]
+      _mm_setcsr(saved_ | (_mm_getcsr() & fp::flags));
+  }
+  mask_only_environment(const mask_only_environment&) = delete;
+  std::uint32_t mode() const { return 0; }
+};
+
+}  // namespace zur::inline ZUR_WIDTH

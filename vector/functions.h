@@ -1,0 +1,59 @@
+// The functions that have kernels, from the one list: kernel types, tables and names.
+#pragma once
+#include <cstdint>
+
+#include "vector/elements.h"
+#include "vector/forms.h"
+#include "vector/lanes.h"
+
+#define ZUR_STRING_(x) #x
+#define ZUR_STRING(x) ZUR_STRING_(x)
+#define ZUR_LIST(...) __VA_ARGS__
+#define ZUR_TABLE_SYMBOL(F) "zur_" #F "_table_" ZUR_STRING(ZUR_WIDTH)
+
+#pragma GCC visibility push(hidden)
+
+namespace zur::inline ZUR_WIDTH {
+
+// The kernel tables, sExp_table, sExpI_table and so on: three kernels, at LA, HA and EP. A kernel file
+// defines one by TABLE(sExp) = {...}.
+#define ZUR_TABLE(F, parameters) extern void (*const F##_table[3])(parameters) asm(ZUR_TABLE_SYMBOL(F));
+#define ZUR_DECLARE_none(type, root, form)
+#define ZUR_DECLARE_I(type, root, form) ZUR_DECLARE_TWIN(type, root, form)
+#define ZUR_DECLARE__(type, root, form) ZUR_DECLARE_TWIN(type, root, form)
+#define ZUR_DECLARE_TWIN(type, root, form) \
+  ZUR_TABLE(type##root##I, ZUR_LIST(ZUR_FORM_##form##_TWIN(ZUR_ELEMENT_##type, ZUR_REAL_##type)))
+#define KERNELS(type, root, form, sharing, twin, ...)                                   \
+  ZUR_TABLE(type##root, ZUR_LIST(ZUR_FORM_##form(ZUR_ELEMENT_##type, ZUR_REAL_##type))) \
+  ZUR_DECLARE_##twin(type, root, form)
+#include "vector/functions.def"
+
+// Accuracy levels, as slots of a kernel table.
+enum level : int { la, ha, ep };
+
+// fn::Exp<float> and so on: what the list says of a function, for its kernels.
+namespace fn {
+#define ZUR_TWIN_NAME_I(type, root) "v" #type #root "I"
+#define ZUR_TWIN_NAME__(type, root) "v" #type #root
+#define KERNELS(type, root, form, sharing, twin, ...)                     \
+  template <class E> struct root;                                         \
+  template <> struct root<ZUR_ELEMENT_##type> {                           \
+    static constexpr char name[] = "v" #type #root;                       \
+    static constexpr char twin_name[] = ZUR_TWIN_NAME_##twin(type, root); \
+    static constexpr auto& table = type##root##_table;                    \
+  };
+#include "vector/functions.def"
+}  // namespace fn
+}  // namespace zur::inline ZUR_WIDTH
+
+#pragma GCC visibility pop
+
+// The module exports the tables of its own width under a second name.
+#ifdef ZUR_MODULE
+#define ZUR_EXPORT_TABLE(F, symbol) \
+  extern "C"                        \
+      [[gnu::visibility("default"), gnu::alias(symbol)]] decltype(F##_table) arko_zur_kernel_##F##_ttab;
+#else
+#define ZUR_EXPORT_TABLE(F, symbol)
+#endif
+#define TABLE(F) ZUR_EXPORT_TABLE(F, ZUR_TABLE_SYMBOL(F)) constinit decltype(F##_table) F##_table

@@ -1,0 +1,180 @@
+#include "vector/report.h"
+
+#include <arko/core.h>
+#include <errno.h>
+
+#include <bit>
+#include <cstddef>
+
+#include "frame/state.h"
+
+namespace zur {
+namespace {
+
+static_assert(sizeof(ZurErrorContext) == 144 && offsetof(ZurErrorContext, Arg1) == 8 &&
+              offsetof(ZurErrorContext, FuncNameLen) == 104 && offsetof(ZurErrorContext, Arg1Im) == 112);
+
+// Statuses -2 to 4: their errno and their x87 exception bit.
+struct condition {
+  int number;
+  std::uint16_t flag;
+};
+constexpr condition conditions[] = {
+    {EACCES, 0}, {EINVAL, 0}, {0, 0}, {EDOM, 0x01}, {ERANGE, 0x04}, {ERANGE, 0x08}, {ERANGE, 0x10},
+};
+static_assert(EDOM == 33 && ERANGE == 34 && EINVAL == 22 && EACCES == 13 && EFAULT == 14);
+
+constexpr condition condition_of(std::int32_t status) {
+  return status >= -2 && status <= 4 ? conditions[status + 2] : condition{EFAULT, 0};
+}
+
+constexpr bool has_values(std::int32_t status) {
+  return status != ZUR_STATUS_BAD_ARGUMENT && status != ZUR_STATUS_BAD_ACCESS;
+}
+
+// Whether `second` repeats `first` or was never there.
+bool single(double first, double second) {
+  return std::bit_cast<std::uint64_t>(first) == std::bit_cast<std::uint64_t>(second) || second == 0.0;
+}
+
+void print(const ZurErrorContext& c) {
+  const auto message = [&](std::int32_t code) { arko_serv_print(1, code, 1, c.FuncName); };
+  const auto value = [&](std::int32_t code, double v) { arko_serv_print(1, code, 2, c.Index, v); };
+  switch (c.Code) {
+    case ZUR_STATUS_OK:
+      return;
+    case ZUR_STATUS_BAD_ARGUMENT:
+      arko_serv_print(1, 748, 2, c.FuncName, c.Index);
+      return;
+    case ZUR_STATUS_BAD_ACCESS:
+      message(749);
+      return;
+    case ZUR_STATUS_DOMAIN:
+      message(750);
+      break;
+    case ZUR_STATUS_SINGULARITY:
+      message(751);
+      break;
+    case ZUR_STATUS_OVERFLOW:
+      message(752);
+      break;
+    case ZUR_STATUS_UNDERFLOW:
+      message(753);
+      break;
+    default:
+      message(754);
+      break;
+  }
+  // The codes of values run on through the four combinations of one or two inputs and results.
+  const bool one_argument = single(c.Arg1, c.Arg2), one_result = single(c.Res1, c.Res2);
+  std::int32_t code = one_argument ? (one_result ? 755 : 757) : (one_result ? 760 : 763);
+  value(code++, c.Arg1);
+  if (!one_argument) value(code++, c.Arg2);
+  value(code++, c.Res1);
+  if (!one_result) value(code, c.Res2);
+}
+
+// The x87 environment as fnstenv leaves it in memory.
+struct x87_environment {
+  std::uint32_t control, status, rest[5];
+};
+
+// Leaves `flag` set with all exceptions masked; where the mode word unmasks it, the second load delivers the
+// trap.
+void raise_x87(std::uint16_t flag, std::uint32_t mode) {
+  x87_environment saved;
+  asm volatile("fnstenv %0" : "=m"(saved));
+  x87_environment armed = saved;
+  constexpr struct {
+    std::uint32_t trap, mask;
+  } traps[] = {{ZUR_TRAP_INVALID, 0x01},
+               {ZUR_TRAP_DIVBYZERO, 0x04},
+               {ZUR_TRAP_OVERFLOW, 0x08},
+               {ZUR_TRAP_UNDERFLOW, 0x10}};
+  for (const auto& t : traps)
+    if (mode & t.trap) armed.control &= ~t.mask;
+  armed.status = (armed.status & ~0x3Fu) | flag;
+  saved.control |= 0x3F;
+  saved.status |= flag;
+  asm volatile("fldenv %0\n\tfldenv %1" ::"m"(armed), "m"(saved));
+}
+
+void ZurEmitError(const ZurErrorContext& c) {
+  const std::uint32_t mode = zur::mode();
+  const condition what = condition_of(c.Code);
+  if (mode & ZUR_ERRMODE_ERRNO) errno = what.number;
+  if (mode & ZUR_ERRMODE_STDERR) print(c);
+  if (mode & ZUR_ERRMODE_EXCEPT) raise_x87(what.flag, mode);
+}
+
+// One array of the kernel's and its increment.
+template <class E> struct operand {
+  E* p;
+  std::int32_t inc;
+  E& at(std::int32_t i) const { return p[static_cast<std::ptrdiff_t>(i) * inc]; }
+};
+
+template <class T> void read(T x, double& re, double&) { re = x; }
+template <class T> void read(const complex<T>& x, double& re, double& im) { re = x.re, im = x.im; }
+template <class T> void write(T& x, double re, double) { x = static_cast<T>(re); }
+template <class T> void write(complex<T>& x, double re, double im) {
+  x = {static_cast<T>(re), static_cast<T>(im)};
+}
+
+template <class E> void report(std::int32_t status, std::int32_t index, operand<const E> a,
+                               operand<const E> b, operand<E> r1, operand<E> r2, const char* function) {
+  const std::uint32_t mode = zur::mode();
+  const std::uint32_t byte = mode & ZUR_ERRMODE_MASK;
+  if (byte == ZUR_ERRMODE_NOERR) return;
+  thread_state& thread = state();
+  thread.status = status;
+  if (byte == ZUR_ERRMODE_IGNORE) return;
+
+  ZurErrorContext c;
+  c.Code = status;
+  c.Index = index;
+  if (thread.interf_input_vector) {
+    constexpr int shift = std::bit_width(sizeof(E)) - 1;
+    const auto bytes =
+        reinterpret_cast<std::intptr_t>(a.p) - reinterpret_cast<std::intptr_t>(thread.interf_input_vector);
+    c.Index += static_cast<std::int32_t>(bytes >> shift);
+  }
+  c.FuncNameLen = 0;
+  while (c.FuncNameLen < 47 && function[c.FuncNameLen]) {
+    c.FuncName[c.FuncNameLen] = function[c.FuncNameLen];
+    c.FuncNameLen++;
+  }
+  c.FuncName[c.FuncNameLen] = '\0';
+  if (has_values(status)) {
+    read(a.at(index), c.Arg1, c.Arg1Im);
+    read(b.at(index), c.Arg2, c.Arg2Im);
+    read(r1.at(index), c.Res1, c.Res1Im);
+    read(r2.at(index), c.Res2, c.Res2Im);
+  }
+  if ((mode & ZUR_ERRMODE_CALLBACK) && thread.callback && thread.callback(&c) != 0) return;
+  constexpr std::uint32_t emitting = 0x2F00;
+  if (mode & emitting) ZurEmitError(c);
+  if (has_values(status)) {
+    write(r2.at(index), c.Res2, c.Res2Im);
+    write(r1.at(index), c.Res1, c.Res1Im);
+  }
+}
+
+}  // namespace
+
+#define ZUR_REPORTER(E, name)                                                                      \
+  void name(std::int32_t status, std::int32_t index, const E* a, const E* b, E* r1, E* r2,         \
+            const char* function) {                                                                \
+    report<E>(status, index, {a, 1}, {b, 1}, {r1, 1}, {r2, 1}, function);                          \
+  }                                                                                                \
+  void name##I(std::int32_t status, std::int32_t index, const E* a, std::int32_t inca, const E* b, \
+               std::int32_t incb, E* r1, std::int32_t incr1, E* r2, std::int32_t incr2,            \
+               const char* function) {                                                             \
+    report<E>(status, index, {a, inca}, {b, incb}, {r1, incr1}, {r2, incr2}, function);            \
+  }
+ZUR_REPORTER(float, ZurReportS)
+ZUR_REPORTER(double, ZurReportD)
+ZUR_REPORTER(complex<float>, ZurReportC)
+ZUR_REPORTER(complex<double>, ZurReportZ)
+
+}  // namespace zur
