@@ -22,11 +22,12 @@ function(arko_library target output)
   endif()
 endfunction()
 
-# arko_generate(file tool...): FILE below the generated folder, written by TOOL (a program of tools/).
-# The rule depends on the tool's source and not on its binary, so that each tree finds what another made.
+# arko_generate(file tool inputs...): FILE below the generated folder, written by TOOL, a program of tools/. The
+# rule depends on sources and not on the tool's binary, so that each tree finds what another has made.
 function(arko_generate file tool)
+  get_filename_component(folder ${ARKO_GENERATED}/${file} DIRECTORY)
   add_custom_command(OUTPUT ${ARKO_GENERATED}/${file}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${ARKO_GENERATED}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
     COMMAND ${tool} ${ARKO_GENERATED}/${file}
     DEPENDS ${CMAKE_SOURCE_DIR}/tools/${tool}.cpp ${ARGN}
     COMMENT "Writing ${file}" VERBATIM)

@@ -1,6 +1,7 @@
 // Writes the tables of the exponential kernels, all powers of 2 at equal steps, rounded to nearest from MPFR.
 #include <mpfr.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -21,23 +22,23 @@ struct power {
   ~power() { mpfr_clear(value); }
 };
 
-// Fraction bits of the rounded power.
-void fractions(std::FILE* out, const char* name, int rows, bool single) {
-  std::fprintf(out, "// The %d fraction bits of 2^(j/%d).\n", single ? 23 : 52, rows);
+template <class U, class T> U pattern(T x) {
+  U bits;
+  std::memcpy(&bits, &x, sizeof bits);
+  return bits;
+}
+
+// Patterns of the rounded powers, each less j in the leading fraction bits: adding m rows + j there, from the
+// low bits of a shifted sum, gives the pattern of 2^(m + j / rows) at once.
+void scales(std::FILE* out, const char* name, int rows, bool single) {
+  const int step = (single ? 23 : 52) - std::bit_width(static_cast<unsigned>(rows) - 1);
+  std::fprintf(out, "// The pattern of 2^(j/%d), less j << %d.\n", rows, step);
   std::fprintf(out, "alignas(64) constexpr std::int%d_t %s[%d] = {\n", single ? 32 : 64, name, rows);
-  for (int j = 0; j < rows; j++) {
-    const power p(j, rows);
-    if (single) {
-      const float f = mpfr_get_flt(p.value, MPFR_RNDN);
-      std::uint32_t bits;
-      std::memcpy(&bits, &f, sizeof bits);
-      std::fprintf(out, "    0x%06x,\n", bits & 0x7FFFFF);
-    } else {
-      const double d = mpfr_get_d(p.value, MPFR_RNDN);
-      std::uint64_t bits;
-      std::memcpy(&bits, &d, sizeof bits);
-      std::fprintf(out, "    0x%013llx,\n", static_cast<unsigned long long>(bits & 0xFFFFFFFFFFFFFull));
-    }
+  for (std::uint64_t j = 0; j < static_cast<std::uint64_t>(rows); j++) {
+    const power p(static_cast<int>(j), rows);
+    const std::uint64_t bits = single ? pattern<std::uint32_t>(mpfr_get_flt(p.value, MPFR_RNDN))
+                                      : pattern<std::uint64_t>(mpfr_get_d(p.value, MPFR_RNDN));
+    std::fprintf(out, "    0x%llx,\n", static_cast<unsigned long long>(bits - (j << step)));
   }
   std::fprintf(out, "};\n\n");
 }
@@ -64,10 +65,10 @@ int main(int argc, char** argv) {
   std::FILE* out = argc == 2 ? std::fopen(argv[1], "w") : nullptr;
   if (!out) return std::fprintf(stderr, "usage: exp_tables FILE\n"), 1;
   std::fprintf(out, "// Written by tools/exp_tables.cpp; read by the exponential kernels.\n\n");
-  fractions(out, "TExpM128", 128, true);
+  scales(out, "TExpM128", 128, true);
   pairs(out, "TExpS128", 128, true, true);
-  fractions(out, "TExpM128D", 128, false);
-  fractions(out, "TExpM1024D", 1024, false);
+  scales(out, "TExpM128D", 128, false);
+  scales(out, "TExpM1024D", 1024, false);
   pairs(out, "TExpD64", 64, false, false);
   return std::fclose(out) != 0;
 }

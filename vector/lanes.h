@@ -6,7 +6,9 @@
 #pragma once
 #include <immintrin.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 
 // One namespace a width keeps builds of one source at several widths apart in one process.
 #if defined(__AVX512DQ__)
@@ -71,72 +73,109 @@ template <class T> ZUR_INLINE pattern<T> sign_bit() {
   return pattern<T>{} + (std::uint64_t{1} << (8 * sizeof(T) - 1));
 }
 
-// One bit a lane: its sign bit.
-template <class T> ZUR_INLINE unsigned signs(ints<T> v) {
+// c0 + x (c1 + x (c2 + ...)), for vectors and single numbers, from the innermost bracket outwards.
+template <class V, class C> ZUR_INLINE V horner(V x, C c0, C c1) { return c1 * x + c0; }
+template <class V, class C, class... Rest> ZUR_INLINE V horner(V x, C c0, C c1, Rest... rest) {
+  return horner(x, c1, rest...) * x + c0;
+}
+
+// A flag for each lane: the sign bits of a vector or, with mask registers, the bits of one. Flags combine by
+// |.
+#if defined(__AVX512DQ__)
+template <class T> using flags = unsigned;
+#else
+template <class T> using flags = ints<T>;
+#endif
+
+// From the all-ones or zero lanes of a comparison.
+template <class T> ZUR_INLINE flags<T> where(ints<T> m) {
 #if defined(__AVX512DQ__)
   if constexpr (sizeof(T) == 4)
-    return _mm512_movepi32_mask((__m512i)v);
+    return _mm512_movepi32_mask((__m512i)m);
   else
-    return _mm512_movepi64_mask((__m512i)v);
-#elif defined(__AVX2__)
-  if constexpr (sizeof(T) == 4)
-    return (unsigned)_mm256_movemask_ps((__m256)v);
-  else
-    return (unsigned)_mm256_movemask_pd((__m256d)v);
+    return _mm512_movepi64_mask((__m512i)m);
 #else
-  if constexpr (sizeof(T) == 4)
-    return (unsigned)_mm_movemask_ps((__m128)v);
-  else
-    return (unsigned)_mm_movemask_pd((__m128d)v);
+  return m;
 #endif
 }
 
-// One bit a lane where |x|, by its pattern, lies above `bound`. For double the upper words are compared
-// alone: processors of this tier have no comparison of 64-bit integers.
-template <class T> ZUR_INLINE unsigned above_abs(vec<T> x, std::int32_t bound) {
+// Flags as the low bits of an integer, lane 0 lowest.
+template <class T> ZUR_INLINE unsigned bits(flags<T> m) {
+#if defined(__AVX512DQ__)
+  return m;
+#elif defined(__AVX2__)
+  if constexpr (sizeof(T) == 4)
+    return (unsigned)_mm256_movemask_ps((__m256)m);
+  else
+    return (unsigned)_mm256_movemask_pd((__m256d)m);
+#else
+  if constexpr (sizeof(T) == 4)
+    return (unsigned)_mm_movemask_ps((__m128)m);
+  else
+    return (unsigned)_mm_movemask_pd((__m128d)m);
+#endif
+}
+
+// Lanes where |x|, by its pattern, lies above `bound`. For double the upper words are compared alone:
+// processors of this tier have no comparison of 64-bit integers.
+template <class T> ZUR_INLINE flags<T> above_abs(vec<T> x, std::int32_t bound) {
   const words w = as<words>(x) & 0x7FFFFFFF;
 #if defined(__AVX512DQ__)
   if constexpr (sizeof(T) == 4) return _mm512_cmpgt_epi32_mask((__m512i)w, _mm512_set1_epi32(bound));
 #endif
-  return signs<T>(as<ints<T>>(w > bound));
+  return where<T>(as<ints<T>>(w > bound));
 }
 
-// table[j[i]] for every lane i, entries and indices as wide as a lane. Taking the indices out in pairs of 32
-// bits costs about half of what storing the vector and reading them back does.
-template <class E, class I> ZUR_INLINE auto lookup(const E* table, I j) {
-  typedef E V __attribute__((vector_size(register_bytes)));
-  V v;
-  if constexpr (sizeof(E) == 8) {
-    for (int i = 0; i < register_bytes / 8; i++) v[i] = table[j[i]];
-  } else {
-    const auto pairs = as<pattern<double>>(j);
-    for (int i = 0; i < register_bytes / 8; i++) {
-      const std::uint64_t two = pairs[i];
-      v[2 * i] = table[static_cast<std::uint32_t>(two)];
-      v[2 * i + 1] = table[two >> 32];
-    }
+// Lane i of a vector of indices. Taking 32-bit indices out in pairs costs about half of storing the vector
+// and reading them back.
+template <class T, std::size_t i> ZUR_INLINE std::size_t index(ints<T> j) {
+  if constexpr (sizeof(T) == 8) return static_cast<std::size_t>(j[i]);
+  const std::uint64_t pair = as<pattern<double>>(j)[i / 2];
+  return i % 2 ? pair >> 32 : static_cast<std::uint32_t>(pair);
+}
+
+// table[j[i]] for every lane i. Entries and indices are as wide as a lane of T.
+template <class T, class E> ZUR_INLINE auto lookup(const E* table, ints<T> j) {
+  static_assert(sizeof(E) == sizeof(T));
+#if !defined(__AVX__)
+  // g++ would take three of four 32-bit entries through an integer register.
+  if constexpr (sizeof(T) == 4) {
+    typedef E V __attribute__((vector_size(register_bytes)));
+    const auto entry = [&](std::size_t i) __attribute__((always_inline)) {
+      return _mm_loadu_si32(table + i);
+    };
+    const __m128i r01 = _mm_unpacklo_epi32(entry(index<T, 0>(j)), entry(index<T, 1>(j)));
+    const __m128i r23 = _mm_unpacklo_epi32(entry(index<T, 2>(j)), entry(index<T, 3>(j)));
+    return (V)_mm_unpacklo_epi64(r01, r23);
   }
-  return v;
+#endif
+  typedef E V __attribute__((vector_size(register_bytes)));
+  return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
+    return V{table[index<T, i>(j)]...};
+  }
+  (std::make_index_sequence<lanes<T>>());
 }
 
 // The two columns of rows j[i].
 template <class T> struct columns { vec<T> hi, lo; };
-template <class T> ZUR_INLINE columns<T> lookup(const T (*table)[2], ints<T> j) {
-  columns<T> c;
+template <class T> ZUR_INLINE columns<T> lookup_pair(const T (*table)[2], ints<T> j) {
+#if !defined(__AVX__)
   if constexpr (sizeof(T) == 8) {
-#if !defined(__AVX__)
-    const __m128d r0 = _mm_load_pd(table[j[0]]), r1 = _mm_load_pd(table[j[1]]);
+    const __m128d r0 = _mm_load_pd(table[index<T, 0>(j)]), r1 = _mm_load_pd(table[index<T, 1>(j)]);
     return {_mm_unpacklo_pd(r0, r1), _mm_unpackhi_pd(r0, r1)};
-#endif
-    for (int i = 0; i < lanes<T>; i++) c.hi[i] = table[j[i]][0], c.lo[i] = table[j[i]][1];
   } else {
-    const auto rows = [&](int i) { return _mm_castpd_ps(_mm_load_sd((const double*)table[j[i]])); };
-#if !defined(__AVX__)
-    const __m128 even = _mm_unpacklo_ps(rows(0), rows(1)), odd = _mm_unpacklo_ps(rows(2), rows(3));
-    return {_mm_movelh_ps(even, odd), _mm_movehl_ps(odd, even)};
-#endif
-    for (int i = 0; i < lanes<T>; i++) c.hi[i] = table[j[i]][0], c.lo[i] = table[j[i]][1];
+    const auto row = [&](std::size_t i) __attribute__((always_inline)) {
+      return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(table[i])));
+    };
+    const __m128 r01 = _mm_unpacklo_ps(row(index<T, 0>(j)), row(index<T, 1>(j)));
+    const __m128 r23 = _mm_unpacklo_ps(row(index<T, 2>(j)), row(index<T, 3>(j)));
+    return {_mm_movelh_ps(r01, r23), _mm_movehl_ps(r23, r01)};
   }
-  return c;
+#else
+  return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
+    return columns<T>{{table[index<T, i>(j)][0]...}, {table[index<T, i>(j)][1]...}};
+  }
+  (std::make_index_sequence<lanes<T>>());
+#endif
 }
 }  // namespace zur::inline ZUR_WIDTH

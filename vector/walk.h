@@ -37,7 +37,7 @@ namespace zur::inline ZUR_WIDTH {
 // serve.
 template <class T, int outputs = 1> struct results {
   vec<T> value[outputs];
-  unsigned flagged = 0;
+  flags<T> flagged = {};
 };
 
 // What a kernel takes over unless it says otherwise.
@@ -79,35 +79,51 @@ template <class K, int elements> struct buffer {
   typename K::type in[K::inputs][elements], out[K::outputs][elements];
 };
 
-template <class K, std::size_t... I> ZUR_INLINE auto fast(const K& k,
-                                                          const typename K::type* const (&in)[K::inputs],
-                                                          int i, std::index_sequence<I...>) {
+template <class K, std::size_t... I>
+ZUR_INLINE auto fast(const K& k, const typename K::type* const (&in)[K::inputs], int i,
+                     std::index_sequence<I...>) {
   return k.fast(load(in[I] + i)...);
 }
 
-// Runs K over `count` vectors; results stay in registers until the flags are known.
+// Runs K over `count` vectors; results and flags stay in registers.
 template <class K, int count, class T = typename K::type>
-ZUR_INLINE unsigned run(const K& k, const T* const (&in)[K::inputs], vec<T> (&y)[K::outputs][count]) {
+ZUR_INLINE void run(const K& k, const T* const (&in)[K::inputs], vec<T> (&y)[K::outputs][count],
+                    flags<T> (&flagged)[count]) {
   static_assert(count * lanes<T> <= 32);
-  unsigned flagged = 0;
 #pragma GCC unroll 8
   for (int v = 0; v < count; v++) {
     const auto r = fast(k, in, v * lanes<T>, std::make_index_sequence<K::inputs>());
-    flagged |= r.flagged << (v * lanes<T>);
+    flagged[v] = r.flagged;
     for (int o = 0; o < K::outputs; o++) y[o][v] = r.value[o];
   }
-  return flagged;
 }
 
-template <class T> ZUR_INLINE void report(int status, int i, dense<const T> a, dense<const T> b, dense<T> r1,
-                                          dense<T> r2, const char* name) {
+// Whether any lane is flagged, by one test for all vectors.
+template <class T, int count> ZUR_INLINE bool any(const flags<T> (&flagged)[count]) {
+  flags<T> all = flagged[0];
+#pragma GCC unroll 8
+  for (int v = 1; v < count; v++) all |= flagged[v];
+  return bits<T>(all) != 0;
+}
+
+// The first m flags, lane 0 lowest.
+template <class T, int count> ZUR_INLINE unsigned first_flags(const flags<T> (&flagged)[count], int m) {
+  unsigned b = 0;
+  for (int v = 0; v < count; v++) b |= bits<T>(flagged[v]) << (v * lanes<T>);
+  return b & static_cast<unsigned>((std::uint64_t{1} << m) - 1);
+}
+
+template <class T>
+ZUR_INLINE void report(int status, int i, dense<const T> a, dense<const T> b, dense<T> r1, dense<T> r2,
+                       const char* name) {
   if constexpr (sizeof(T) == 4)
     ZurReportS(status, i, a.p, b.p, r1.p, r2.p, name);
   else
     ZurReportD(status, i, a.p, b.p, r1.p, r2.p, name);
 }
-template <class T> ZUR_INLINE void report(int status, int i, strided<const T> a, strided<const T> b,
-                                          strided<T> r1, strided<T> r2, const char* name) {
+template <class T>
+ZUR_INLINE void report(int status, int i, strided<const T> a, strided<const T> b, strided<T> r1,
+                       strided<T> r2, const char* name) {
   if constexpr (sizeof(T) == 4)
     ZurReportSI(status, i, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
   else
@@ -125,7 +141,7 @@ template <class K, int elements> unsigned saturate(unsigned flagged, buffer<K, e
     const vec<T> x = load(&lanes_in_memory.in[0][i]), y = load(&lanes_in_memory.out[0][i]);
     const auto over = x >= K::overflow, under = x <= K::underflow;
     store(&lanes_in_memory.out[0][i], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : y);
-    settled |= signs<T>(over | under) << i;
+    settled |= bits<T>(where<T>(over | under)) << i;
   }
   return flagged & ~settled;
 }
@@ -133,7 +149,7 @@ template <class K, int elements> unsigned saturate(unsigned flagged, buffer<K, e
 // Serves the flagged lanes of a group in ascending order and stores the group's first `m` lanes.
 template <class K, int elements, template <class> class array>
 [[gnu::noinline, gnu::cold]] void serve(const K& k, unsigned flagged, int m, int first, std::uint32_t mode,
-                                        const operands<K, array>& arrays, buffer<K, elements>& group) {
+                                        operands<K, array> arrays, buffer<K, elements>& group) {
   constexpr int last_in = K::inputs - 1, last_out = K::outputs - 1;
   if constexpr (saturates<K>)
     if ((mode & ZUR_ERRMODE_MASK) == ZUR_ERRMODE_NOERR) flagged = saturate<K>(flagged, group);
@@ -175,13 +191,21 @@ ZUR_INLINE void group(const K& k, int m, int first, std::uint32_t mode, const op
     for (int i = 0; i < elements; i++) lanes_in_memory.in[s][i] = i < m ? arrays.in[s][first + i] : K::filler;
   }
   vec<T> y[K::outputs][count];
-  const unsigned flagged = run<K, count>(k, in, y) & static_cast<unsigned>((std::uint64_t{1} << m) - 1);
+  flags<T> flagged[count];
+  run<K, count>(k, in, y, flagged);
   __builtin_memcpy(lanes_in_memory.out, y, sizeof y);
   if constexpr (has_routine<K>)
-    if (flagged) [[unlikely]]
-      return serve(k, flagged, m, first, mode, arrays, lanes_in_memory);
+    if (any<T>(flagged)) [[unlikely]]
+      return serve(k, first_flags<T>(flagged, m), m, first, mode, arrays, lanes_in_memory);
   for (int o = 0; o < K::outputs; o++)
     for (int i = 0; i < m; i++) arrays.out[o][first + i] = lanes_in_memory.out[o][i];
+}
+
+// A block with flagged lanes, from its arguments once more: so nothing of it must outlive the test.
+template <class K, int count>
+[[gnu::noinline, gnu::cold]] void special_block(const K& k, int first, std::uint32_t mode,
+                                                operands<K, dense> arrays) {
+  group<K, count>(k, count * lanes_of<K>, first, mode, arrays);
 }
 
 // Whole blocks of `count` vectors from element i on; returns the first element that is left.
@@ -192,14 +216,11 @@ ZUR_INLINE int blocks(const K& k, int n, int i, std::uint32_t mode, const operan
     const T* in[K::inputs];
     for (int s = 0; s < K::inputs; s++) in[s] = &arrays.in[s][i];
     vec<T> y[K::outputs][count];
-    const unsigned flagged = run<K, count>(k, in, y);
+    flags<T> flagged[count];
+    run<K, count>(k, in, y, flagged);
     if constexpr (has_routine<K>)
-      if (flagged) [[unlikely]] {
-        buffer<K, elements> lanes_in_memory;
-        for (int s = 0; s < K::inputs; s++)
-          __builtin_memcpy(lanes_in_memory.in[s], in[s], sizeof(T) * elements);
-        __builtin_memcpy(lanes_in_memory.out, y, sizeof y);
-        serve(k, flagged, elements, i, mode, arrays, lanes_in_memory);
+      if (any<T>(flagged)) [[unlikely]] {
+        special_block<K, count>(k, i, mode, arrays);
         continue;
       }
     for (int o = 0; o < K::outputs; o++)
@@ -247,14 +268,15 @@ void twin(std::int32_t n, const T* a, std::int32_t inca, T* r, std::int32_t incr
   if (inca == 1 && incr == 1) return K::function::table[K::slot](n, a, r);
   walk::twin<K>(K{}, n, {{{a, inca}}, {{r, incr}}});
 }
-template <class K, class T = typename K::type> void twin(std::int32_t n, const T* a, std::int32_t inca,
-                                                         const T* b, std::int32_t incb, T* r,
-                                                         std::int32_t incr) {
+template <class K, class T = typename K::type>
+void twin(std::int32_t n, const T* a, std::int32_t inca, const T* b, std::int32_t incb, T* r,
+          std::int32_t incr) {
   if (inca == 1 && incb == 1 && incr == 1) return K::function::table[K::slot](n, a, b, r);
   walk::twin<K>(K{}, n, {{{a, inca}, {b, incb}}, {{r, incr}}});
 }
-template <class K, class T = typename K::type> void twin(std::int32_t n, const T* a, std::int32_t inca, T* r1,
-                                                         std::int32_t incr1, T* r2, std::int32_t incr2) {
+template <class K, class T = typename K::type>
+void twin(std::int32_t n, const T* a, std::int32_t inca, T* r1, std::int32_t incr1, T* r2,
+          std::int32_t incr2) {
   if (inca == 1 && incr1 == 1 && incr2 == 1) return K::function::table[K::slot](n, a, r1, r2);
   walk::twin<K>(K{}, n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
 }

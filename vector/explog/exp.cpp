@@ -1,10 +1,15 @@
 // e^x.
 //
-// e^x = 2^(m + j/N) e^r with N rows a binade: adding the magic constant `shift` to x N / ln 2 leaves m N + j
-// in the low bits of the sum, r = x - (m N + j) ln 2 / N is small, |r| <= ln 2 / (2 N), and 2^(j/N) comes
-// from a table. Without a table, N = 1.
+// With N rows a binade, e^x = 2^(m + j/N) e^r: adding `shift` to x N / ln 2 rounds it to the integer m N + j
+// and leaves that in the low bits of the sum; r = x - (m N + j) ln 2 / N, |r| <= ln 2 / (2 N); 2^(j/N) comes
+// from a table, where N is not 1; the exponent field takes m. Largest errors in ulp, measured
+// (docs/accuracy.md):
 //
-// Largest errors of results, measured: see docs/accuracy.md.
+//            LA     HA     EP               LA twin  HA twin
+//   single   1.02   0.53   2^-13.2 relative   2.2      0.53
+//   double   1.65   0.53   2^-28.1 relative   1.5      0.53
+//
+// Coefficients that the comments call fitted are those of tools/fit_exp.cpp.
 #include "vector/walk.h"
 
 namespace zur::inline ZUR_WIDTH {
@@ -18,33 +23,24 @@ struct single_exp : usual_kernel {
   using function = fn::Exp<float>;
   using type = float;
   static constexpr float filler = 0.75f;
-  static constexpr std::int32_t bound = 0x42AEAC4F;  // 87.3365402: beyond, results can be special or denormal
-  static constexpr float overflow = 0x1.62e430p+6f;  // 88.7228394, the first argument of infinity
+  static constexpr std::int32_t bound = 0x42AEAC4F;  // 87.3365402: beyond, results may be special or denormal
+  static constexpr float overflow = 88.7228394f;     // the first argument of infinity
 
-  static unsigned test(vec<float> x) { return above_abs<float>(x, bound); }
+  static flags<float> test(vec<float> x) { return above_abs<float>(x, bound); }
 
-  // e^x rounded once, denormal results included: 2^f by a polynomial in double, relative error 2^-37.
+  // e^x rounded once, denormal results included, from a fitted polynomial for 2^f, |f| <= 1/2, in double.
   static float rounded_once(float x) {
-    constexpr double shift = 0x1.8p52;
-    const double y = x * 0x1.71547652b82fep0;  // 1 / ln 2
-    const double s = y + shift, f = y - (s - shift);
+    constexpr double log2e = 1.4426950408889634, shift = 0x1.8p52;
+    const double y = x * log2e, s = y + shift, f = y - (s - shift);
     const double p =
-        ((((((1.5403530393381609e-05 * f + 0.00015403530393381609) * f + 0.0013333558146428443) * f +
-            0.0096181291076284772) *
-               f +
-           0.055504108664821580) *
-              f +
-          0.24022650695910071) *
-             f +
-         0.69314718055994531) *
-            f +
-        1.0;
+        horner(f, 1.0, 0.69314718070453196, 0.2402265106656109, 0.055504103659921082, 0.0096180381320589425,
+               0.0013333935055016863, 0.00015466756318202989, 1.5196156671869054e-05);
     const auto bits = __builtin_bit_cast(std::int64_t, p) + (__builtin_bit_cast(std::int64_t, s) << 52);
     return static_cast<float>(__builtin_bit_cast(double, bits));
   }
 };
 
-// LA and HA: 128 rows a binade.
+// LA and HA: 128 rows; fitted coefficients of degree 2.
 template <level L> struct single_table : single_exp {
   static constexpr level slot = L;
   static constexpr int block = 8;
@@ -56,14 +52,14 @@ template <level L> struct single_table : single_exp {
     constexpr float ln2_hi = 0.00541687012f, ln2_lo = -1.65776908e-06f;
     const vec<float> t = x * rows_log2e + shift, n = t - shift;
     const vec<float> r = (x - n * ln2_hi) - n * ln2_lo;
-    const words s = as<words>(t), j = s & 127, scale = ((s >> 7) + (127 + raise)) << 23;
+    const words s = as<words>(t), j = s & 127, m = (s >> 7) + raise;
     if constexpr (L == la) {
-      const vec<float> p = (0.5f * r + 1.0f) * r + 1.0f;
-      return p * as<vec<float>>(scale | lookup(TExpM128, j));
+      const vec<float> e = as<vec<float>>((s << 16) + lookup<float>(TExpM128, j) + (raise << 23));
+      return e + e * (horner(r, 1.00000095f, 0.500001311f) * r);
     } else {
-      const auto [hi, lo] = lookup(TExpS128, j);
-      const vec<float> q = (lo + r) + 0.5f * r * r;
-      return (q * hi + hi) * as<vec<float>>(scale);
+      const auto [hi, lo] = lookup_pair(TExpS128, j);
+      const vec<float> q = r + (lo + horner(r, 9.15804549e-07f, 0.5f) * r);
+      return (q * hi + hi) * as<vec<float>>((m + 127) << 23);
     }
   }
 
@@ -79,10 +75,10 @@ template <level L> struct single_table : single_exp {
   }
 };
 
-// What the masked kernels share: EP and the strided twins.
+// What EP and the strided twins share.
 struct single_masked : single_exp {
   static constexpr int block = 16;
-  static constexpr float underflow = -0x1.9fe36ap+6f;  // -103.972084, the first argument of zero
+  static constexpr float underflow = -103.972084f;  // the first argument of zero
 
   static int routine(const float& x, float& r) {
     if (x != x || x == __builtin_inff()) return r = x * x, ZUR_STATUS_OK;
@@ -93,19 +89,19 @@ struct single_masked : single_exp {
   }
 };
 
-// EP: no table, degree 3; n is added to the exponent field of the polynomial for 2^f, |f| <= 1/2.
+// EP: no table; 2^f by a fitted polynomial of degree 3, |f| <= 1/2.
 struct single_ep : single_masked {
   static constexpr level slot = ep;
 
   static results<float> fast(vec<float> x) {
     constexpr float log2e = 1.44269502f, shift = 0x1.8p23f;
     const vec<float> t = x * log2e, s = t + shift, f = t - (s - shift);
-    const vec<float> p = ((0.0555040054f * f + 0.242028862f) * f + 0.693178296f) * f + 1.0f;
+    const vec<float> p = horner(f, 1.0f, 0.693282962f, 0.242210954f, 0.0550087541f);
     return {{as<vec<float>>(as<words>(p) + (as<words>(s) << 23))}, test(x)};
   }
 };
 
-// Twin at LA: no table, degree 5.
+// Twin at LA: no table; a fitted polynomial of degree 5.
 struct single_twin_la : single_masked {
   static constexpr level slot = la;
 
@@ -115,9 +111,7 @@ struct single_twin_la : single_masked {
     const vec<float> s = x * log2e + shift, n = s - shift;
     const vec<float> r = (x - n * ln2_hi) - n * ln2_lo;
     const vec<float> p =
-        ((((0.00829171948f * r + 0.0418735221f) * r + 0.166674316f) * r + 0.49999392f) * r + 0.999999881f) *
-            r +
-        1.0f;
+        horner(r, 1.0f, 0.999999464f, 0.499991447f, 0.166681796f, 0.0418985151f, 0.00826194603f);
     return {{as<vec<float>>(as<words>(p) + (as<words>(s) << 23))}, test(x)};
   }
 };
@@ -131,33 +125,17 @@ struct single_twin_ha : single_masked {
 // ---- double
 // --------------------------------------------------------------------------------------------------
 
-// The rows a binade, the two pieces of ln 2 / rows (multiples of hi are exact, or hi is the whole where lo is
-// 0) and the polynomial for e^r - 1 of each kernel.
-struct rows_128 {
+// Of each kernel: 2^bits rows; ln 2 / rows in two pieces, of which multiples of the first are exact, or in
+// one; the table, as scales or in two parts; the fitted polynomial for e^r - 1.
+struct double_128 {
   static constexpr int bits = 7;
   static constexpr double rows_log2e = 184.66496523378731;
-  static constexpr auto& fractions = TExpM128D;
+  static constexpr auto& scales = TExpM128D;
 };
-struct double_la : rows_128 {
+struct double_la : double_128 {
   static constexpr double ln2_hi = 0.0054152123466337798, ln2_lo = 1.4907929134926466e-12;
   static vec<double> polynomial(vec<double> r) {
-    return ((0.041666679394326736 * r + 0.16666671248624326) * r + 0.49999999999998135) * r * r + r;
-  }
-};
-struct double_ep : rows_128 {
-  static constexpr double ln2_hi = 0.0054152123481245725, ln2_lo = 0;
-  static vec<double> polynomial(vec<double> r) { return 0.5 * r * r + r; }
-};
-struct double_twin_ep : double_ep {
-  static vec<double> polynomial(vec<double> r) { return 0.49999908361121337 * r * r + r; }
-};
-struct double_twin_la {
-  static constexpr int bits = 10;
-  static constexpr double rows_log2e = 1477.3197218702985;
-  static constexpr double ln2_hi = 0x1.62e42ffp-11, ln2_lo = -0x1.718432a1b0e26p-45;
-  static constexpr auto& fractions = TExpM1024D;
-  static vec<double> polynomial(vec<double> r) {
-    return (0.16666666666666666 * r + 0.50000000357965391) * r * r + r;
+    return horner(r, 0.99999999999986022, 0.50000000000009248, 0.16666674300080533, 0.041666660409023462) * r;
   }
 };
 struct double_ha {
@@ -166,9 +144,25 @@ struct double_ha {
   static constexpr double ln2_hi = 0x1.62e42fefap-7, ln2_lo = 0x1.cf79abc9e3b3ap-46;
   static vec<double> polynomial(vec<double> r) {
     return r + r * r *
-                   (((0.008333343728805863 * r + 0.04166672515731616) * r + 0.16666666666653376) * r +
-                    0.49999999999945266);
+                   horner(r, 0.4999999999994868, 0.16666666666694219, 0.041666723323192552,
+                          0.0083333281834164791);
   }
+};
+struct double_ep : double_128 {
+  static constexpr double ln2_hi = 0.0054152123481245725, ln2_lo = 0;
+  static vec<double> polynomial(vec<double> r) { return 0.5 * r * r + r; }
+};
+struct double_twin_la {
+  static constexpr int bits = 10;
+  static constexpr double rows_log2e = 1477.3197218702985;
+  static constexpr double ln2_hi = 0x1.62e42ffp-11, ln2_lo = -0x1.718432a1b0e26p-45;
+  static constexpr auto& scales = TExpM1024D;
+  static vec<double> polynomial(vec<double> r) {
+    return horner(r, 0.50000000395376398, 0.16666666680213316) * r * r + r;
+  }
+};
+struct double_twin_ep : double_ep {
+  static vec<double> polynomial(vec<double> r) { return 0.49999908361121337 * r * r + r; }
 };
 
 template <level L, class D> struct double_exp : usual_kernel {
@@ -178,26 +172,25 @@ template <level L, class D> struct double_exp : usual_kernel {
   static constexpr int block = 4;
   static constexpr bool screened = true;
   static constexpr double filler = 0.75;
-  static constexpr std::int32_t bound =
-      0x4086232A;  // upper word of 708.396: the last results that are normal
+  static constexpr std::int32_t bound = 0x4086232A;      // upper word of 708.396: beyond, as in single
   static constexpr double overflow = 709.7827128933841;  // the first argument of infinity
 
   // 2^raise e^x.
   static vec<double> evaluate(vec<double> x, int raise) {
     constexpr double shift = 0x1.8p52;
-    constexpr int rows = 1 << D::bits;
     const vec<double> t = x * D::rows_log2e + shift, n = t - shift;
     vec<double> r = x - n * D::ln2_hi;
     if constexpr (D::ln2_lo != 0) r = r - n * D::ln2_lo;
-    const auto s = as<ints<double>>(t), j = s & (rows - 1);
-    const auto scale = ((s + ((1023 + raise) << D::bits)) << (52 - D::bits)) & 0x7FF0000000000000;
+    const auto s = as<ints<double>>(t), j = s & ((1 << D::bits) - 1);
     const vec<double> p = D::polynomial(r);
-    if constexpr (requires { D::fractions; }) {
-      const auto e = as<vec<double>>(scale | lookup(D::fractions, j));
+    if constexpr (requires { D::scales; }) {
+      const auto raised = static_cast<std::int64_t>(raise) << 52;
+      const auto e = as<vec<double>>((s << (52 - D::bits)) + lookup<double>(D::scales, j) + raised);
       return e + e * p;
     } else {
-      const auto [hi, lo] = lookup(TExpD64, j);
-      return ((p * (hi + lo) + lo) + hi) * as<vec<double>>(scale);
+      const auto scale = ((s + ((1023 + raise) << D::bits)) << (52 - D::bits)) & 0x7FF0000000000000;
+      const auto [hi, lo] = lookup_pair(TExpD64, j);
+      return ((p * hi + lo) + hi) * as<vec<double>>(scale);
     }
   }
 
@@ -214,7 +207,7 @@ template <level L, class D> struct double_exp : usual_kernel {
   }
 };
 
-// The strided twins: masked blocks, and no routine for infinite and zero results where nothing is reported.
+// The strided twins.
 template <level L, class D> struct double_masked : double_exp<L, D> {
   static constexpr int block = 8;
   static constexpr bool screened = false;
@@ -224,9 +217,9 @@ template <level L, class D> struct double_masked : double_exp<L, D> {
 }  // namespace
 
 TABLE(sExp) = {kernel<single_table<la>>, kernel<single_table<ha>>, kernel<single_ep>};
-TABLE(sExpI) = {twin<single_twin_la>, twin<single_twin_ha>, twin<single_ep>};
 TABLE(dExp) = {kernel<double_exp<la, double_la>>, kernel<double_exp<ha, double_ha>>,
                kernel<double_exp<ep, double_ep>>};
+TABLE(sExpI) = {twin<single_twin_la>, twin<single_twin_ha>, twin<single_ep>};
 TABLE(dExpI) = {twin<double_masked<la, double_twin_la>>, twin<double_masked<ha, double_ha>>,
                 twin<double_masked<ep, double_twin_ep>>};
 
