@@ -19,8 +19,7 @@ using arko::core::is_letter;
 void tpmv(TPMV_PARAMETERS(double)) { dtpmv_(uplo, trans, diag, n, ap, x, incx, 1, 1, 1); }
 void tpmv(TPMV_PARAMETERS(float)) { stpmv_(uplo, trans, diag, n, ap, x, incx, 1, 1, 1); }
 
-template <class T>
-void ptrmm(ARKO_PTRMM_PARAMETERS(T)) {
+template <class T> void ptrmm(ARKO_PTRMM_PARAMETERS(T)) {
   const bool left = is_letter(side, 'L'), plain = is_letter(transa, 'N');
   if (!left && !is_letter(side, 'R')) return;
   if (!is_letter(uplo, 'U') && !is_letter(uplo, 'L')) return;

@@ -20,8 +20,7 @@ namespace {
 using arko::core::is_letter;
 
 // 0, or the number of the first pivot without a finite reciprocal.
-template <class T>
-int32_t factor(int32_t n, T* dl, T* d, const T* du) {
+template <class T> int32_t factor(int32_t n, T* dl, T* d, const T* du) {
   for (int32_t i = 0; i < n; ++i) {
     const T pivot = i == 0 ? d[0] : d[i] - dl[i - 1] * du[i - 1];
     if (std::fabs(pivot) <= std::numeric_limits<T>::min() / 4) return i + 1;  // here 1/pivot is infinite
@@ -33,14 +32,8 @@ int32_t factor(int32_t n, T* dl, T* d, const T* du) {
 
 // A diagonal of ones, which costs nothing to divide by.
 struct ones {};
-template <class T>
-T scaled(T x, const T* reciprocals, int32_t i) {
-  return x * reciprocals[i];
-}
-template <class T>
-T scaled(T x, ones, int32_t) {
-  return x;
-}
+template <class T> T scaled(T x, const T* reciprocals, int32_t i) { return x * reciprocals[i]; }
+template <class T> T scaled(T x, ones, int32_t) { return x; }
 
 // Solves with the two bidiagonal factors, for `width` columns at once: each column is one long chain of
 // dependent operations, and the chains of several columns overlap.
@@ -71,13 +64,9 @@ void solve(int32_t n, int32_t nrhs, const T* below, Lower lower, const T* above,
   for (; column < nrhs; ++column) solve_columns<1>(n, below, lower, above, upper, b + column * ldb, ldb);
 }
 
-template <class T>
-void dttrfb(ARKO_DTTRFB_PARAMETERS(T)) {
-  *info = *n < 0 ? -1 : factor(*n, dl, d, du);
-}
+template <class T> void dttrfb(ARKO_DTTRFB_PARAMETERS(T)) { *info = *n < 0 ? -1 : factor(*n, dl, d, du); }
 
-template <class T>
-void dttrsb(ARKO_DTTRSB_PARAMETERS(T)) {
+template <class T> void dttrsb(ARKO_DTTRSB_PARAMETERS(T)) {
   const bool plain = is_letter(trans, 'N');
   if (!plain && !is_letter(trans, 'T') && !is_letter(trans, 'C')) {
     *info = -1;
@@ -97,8 +86,7 @@ void dttrsb(ARKO_DTTRSB_PARAMETERS(T)) {
   }
 }
 
-template <class T>
-void dtsvb(ARKO_DTSVB_PARAMETERS(T)) {
+template <class T> void dtsvb(ARKO_DTSVB_PARAMETERS(T)) {
   if (*n < 0) {
     *info = -1;
   } else if (*nrhs < 0) {
