@@ -24,6 +24,7 @@
 // A kernel whose `fast` flags nothing needs no routine. Scalars that come by value are members of K.
 #pragma once
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 
 #include "vector/environment.h"
@@ -51,6 +52,7 @@ namespace walk {
 
 // An array of the caller's, by unit stride or by increment.
 template <class E> struct dense {
+  static constexpr bool contiguous = true;
   E* p;
   ZUR_INLINE E& operator[](int i) const { return p[i]; }
 };
@@ -71,180 +73,158 @@ template <class K> inline constexpr bool saturates = requires {
   K::underflow;
 };
 
-template <class K> inline constexpr int lanes_of = lanes<typename K::type>;
-template <class K> inline constexpr int block_vectors = K::block < lanes_of<K> ? 1 : K::block / lanes_of<K>;
+// Lane i of an array from element `first` on, or the filler past the first m.
+template <bool whole, class T, template <class> class array>
+ZUR_INLINE T lane(array<const T> a, int first, int i, int m, T filler) {
+  return whole || i < m ? a[first + i] : filler;
+}
 
-// Arguments and results of a group of lanes, in memory.
-template <class K, int elements> struct buffer {
-  typename K::type in[K::inputs][elements], out[K::outputs][elements];
+// A vector from an array, element `first` in lane 0; unless it is whole, only its first m lanes are read.
+template <bool whole, class T, template <class> class array>
+ZUR_INLINE vec<T> take(array<const T> a, int first, int m, T filler) {
+  if constexpr (whole && requires { array<const T>::contiguous; }) return load(&a[first]);
+  return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
+    return vec<T>{lane<whole>(a, first, i, m, filler)...};
+  }
+  (std::make_index_sequence<lanes<T>>());
+}
+
+template <bool whole, class T, template <class> class array>
+ZUR_INLINE void put(array<T> r, int first, int m, vec<T> v) {
+  if constexpr (whole && requires { array<T>::contiguous; }) return store(&r[first], v);
+  T lane[lanes<T>];
+  store(lane, v);
+#pragma GCC unroll 16
+  for (int i = 0; i < lanes<T>; i++)
+    if (whole || i < m) r[first + i] = lane[i];
+}
+
+template <class K, std::size_t... s>
+ZUR_INLINE auto fast(const K& k, const vec<typename K::type> (&x)[K::inputs], std::index_sequence<s...>) {
+  return k.fast(x[s]...);
+}
+
+// `count` vectors of arguments, results and flags, in registers.
+template <class K, int count, class T = typename K::type> struct group {
+  static_assert(count * lanes<T> <= 32);
+  vec<T> x[count][K::inputs];
+  results<T, K::outputs> y[count];
+
+  template <bool whole, template <class> class array>
+  ZUR_INLINE group(const K& k, int m, int first, const operands<K, array>& arrays,
+                   std::bool_constant<whole>) {
+#pragma GCC unroll 8
+    for (int v = 0; v < count; v++) {
+      const int past = v * lanes<T>;
+      for (int s = 0; s < K::inputs; s++)
+        x[v][s] = take<whole, T>(arrays.in[s], first + past, m - past, K::filler);
+      y[v] = fast(k, x[v], std::make_index_sequence<K::inputs>());
+    }
+  }
+
+  // Whether any lane is flagged, by one test for all vectors.
+  ZUR_INLINE bool special() const {
+    flags<T> any = y[0].flagged;
+#pragma GCC unroll 8
+    for (int v = 1; v < count; v++) any |= y[v].flagged;
+    return bits<T>(any) != 0;
+  }
 };
 
-template <class K, std::size_t... I>
-ZUR_INLINE auto fast(const K& k, const typename K::type* const (&in)[K::inputs], int i,
-                     std::index_sequence<I...>) {
-  return k.fast(load(in[I] + i)...);
-}
-
-// Runs K over `count` vectors; results and flags stay in registers.
-template <class K, int count, class T = typename K::type>
-ZUR_INLINE void run(const K& k, const T* const (&in)[K::inputs], vec<T> (&y)[K::outputs][count],
-                    flags<T> (&flagged)[count]) {
-  static_assert(count * lanes<T> <= 32);
-#pragma GCC unroll 8
-  for (int v = 0; v < count; v++) {
-    const auto r = fast(k, in, v * lanes<T>, std::make_index_sequence<K::inputs>());
-    flagged[v] = r.flagged;
-    for (int o = 0; o < K::outputs; o++) y[o][v] = r.value[o];
-  }
-}
-
-// Whether any lane is flagged, by one test for all vectors.
-template <class T, int count> ZUR_INLINE bool any(const flags<T> (&flagged)[count]) {
-  flags<T> all = flagged[0];
-#pragma GCC unroll 8
-  for (int v = 1; v < count; v++) all |= flagged[v];
-  return bits<T>(all) != 0;
-}
-
-// The first m flags, lane 0 lowest.
-template <class T, int count> ZUR_INLINE unsigned first_flags(const flags<T> (&flagged)[count], int m) {
-  unsigned b = 0;
-  for (int v = 0; v < count; v++) b |= bits<T>(flagged[v]) << (v * lanes<T>);
-  return b & static_cast<unsigned>((std::uint64_t{1} << m) - 1);
-}
-
 template <class T>
-ZUR_INLINE void report(int status, int i, dense<const T> a, dense<const T> b, dense<T> r1, dense<T> r2,
-                       const char* name) {
-  if constexpr (sizeof(T) == 4)
-    ZurReportS(status, i, a.p, b.p, r1.p, r2.p, name);
-  else
-    ZurReportD(status, i, a.p, b.p, r1.p, r2.p, name);
+void report(int status, int i, dense<const T> a, dense<const T> b, dense<T> r1, dense<T> r2,
+            const char* name) {
+  if constexpr (sizeof(T) == 4) ZurReportS(status, i, a.p, b.p, r1.p, r2.p, name);
+  if constexpr (sizeof(T) == 8) ZurReportD(status, i, a.p, b.p, r1.p, r2.p, name);
 }
 template <class T>
-ZUR_INLINE void report(int status, int i, strided<const T> a, strided<const T> b, strided<T> r1,
-                       strided<T> r2, const char* name) {
+void report(int status, int i, strided<const T> a, strided<const T> b, strided<T> r1, strided<T> r2,
+            const char* name) {
   if constexpr (sizeof(T) == 4)
     ZurReportSI(status, i, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
-  else
+  if constexpr (sizeof(T) == 8)
     ZurReportDI(status, i, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
 }
 
 template <class F, class E> constexpr const char* report_name(dense<E>) { return F::name; }
 template <class F, class E> constexpr const char* report_name(strided<E>) { return F::twin_name; }
 
-// Lanes whose result is infinity or zero whatever the exact argument: settled without the routine.
-template <class K, int elements> unsigned saturate(unsigned flagged, buffer<K, elements>& lanes_in_memory) {
+// A group with flagged lanes, from its arguments once more: so nothing of it need outlive the test. The
+// flagged lanes go to the routine and the reporter in ascending order; then the group's first m lanes are
+// stored.
+template <class K, int count, template <class> class array>
+[[gnu::noinline, gnu::cold]] void special_group(const K& k, int m, int first, std::uint32_t mode,
+                                                operands<K, array> arrays) {
   using T = typename K::type;
-  unsigned settled = 0;
-  for (int i = 0; i < elements; i += lanes<T>) {
-    const vec<T> x = load(&lanes_in_memory.in[0][i]), y = load(&lanes_in_memory.out[0][i]);
-    const auto over = x >= K::overflow, under = x <= K::underflow;
-    store(&lanes_in_memory.out[0][i], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : y);
-    settled |= bits<T>(where<T>(over | under)) << i;
+  const group<K, count> g(k, m, first, arrays, std::false_type());
+  T in[K::inputs][count * lanes<T>], out[K::outputs][count * lanes<T>];
+  unsigned flagged = 0;
+  for (int v = 0; v < count; v++) {
+    const int past = v * lanes<T>;
+    for (int s = 0; s < K::inputs; s++) store(&in[s][past], g.x[v][s]);
+    for (int o = 0; o < K::outputs; o++) store(&out[o][past], g.y[v].value[o]);
+    flags<T> left = g.y[v].flagged;
+    unsigned settled = 0;
+    if constexpr (saturates<K>)
+      if ((mode & ZUR_ERRMODE_MASK) == ZUR_ERRMODE_NOERR) {
+        const vec<T> x = g.x[v][0];
+        const auto over = x >= K::overflow, under = x <= K::underflow;
+        store(&out[0][past], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : g.y[v].value[0]);
+        settled = bits<T>(where<T>(over | under));
+      }
+    flagged |= (bits<T>(left) & ~settled) << past;
   }
-  return flagged & ~settled;
-}
+  flagged &= static_cast<unsigned>((std::uint64_t{1} << m) - 1);
 
-// Serves the flagged lanes of a group in ascending order and stores the group's first `m` lanes.
-template <class K, int elements, template <class> class array>
-[[gnu::noinline, gnu::cold]] void serve(const K& k, unsigned flagged, int m, int first, std::uint32_t mode,
-                                        operands<K, array> arrays, buffer<K, elements>& group) {
-  constexpr int last_in = K::inputs - 1, last_out = K::outputs - 1;
-  if constexpr (saturates<K>)
-    if ((mode & ZUR_ERRMODE_MASK) == ZUR_ERRMODE_NOERR) flagged = saturate<K>(flagged, group);
   int stored = 0;  // lanes before this one are in the output arrays for good
   const auto store_lane = [&](int i) {
-    for (int o = 0; o < K::outputs; o++) arrays.out[o][first + i] = group.out[o][i];
+    for (int o = 0; o < K::outputs; o++) arrays.out[o][first + i] = out[o][i];
   };
   for (; flagged; flagged &= flagged - 1) {
     const int i = __builtin_ctz(flagged);
-    int status;
-    if constexpr (K::inputs == 1 && K::outputs == 1)
-      status = k.routine(group.in[0][i], group.out[0][i]);
-    else if constexpr (K::outputs == 1)
-      status = k.routine(group.in[0][i], group.in[1][i], group.out[0][i]);
-    else
-      status = k.routine(group.in[0][i], group.out[0][i], group.out[1][i]);
+    const int status = [&]<std::size_t... s, std::size_t... o>(std::index_sequence<s...>,
+                                                               std::index_sequence<o...>) {
+      return k.routine(in[s][i]..., out[o][i]...);
+    }
+    (std::make_index_sequence<K::inputs>(), std::make_index_sequence<K::outputs>());
     if (status == ZUR_STATUS_OK) continue;
     if constexpr (K::screened)
       for (; stored < i; stored++) store_lane(stored);
     store_lane(i);
-    report(status, first + i, arrays.in[0], arrays.in[last_in], arrays.out[0], arrays.out[last_out],
-           report_name<typename K::function>(arrays.in[0]));
-    if constexpr (K::screened)
-      stored = i + 1;
-    else
-      for (int o = 0; o < K::outputs; o++) group.out[o][i] = arrays.out[o][first + i];
+    report<T>(status, first + i, arrays.in[0], arrays.in[K::inputs - 1], arrays.out[0],
+              arrays.out[K::outputs - 1], report_name<typename K::function>(arrays.in[0]));
+    if constexpr (K::screened) stored = i + 1;
+    if constexpr (!K::screened)
+      for (int o = 0; o < K::outputs; o++) out[o][i] = arrays.out[o][first + i];
   }
   for (; stored < m; stored++) store_lane(stored);
 }
 
-// Elements `first` to `first + m` of any arrays, through a buffer; lanes past the end hold the filler.
-template <class K, int count, template <class> class array, class T = typename K::type>
-ZUR_INLINE void group(const K& k, int m, int first, std::uint32_t mode, const operands<K, array>& arrays) {
-  constexpr int elements = count * lanes<T>;
-  buffer<K, elements> lanes_in_memory;
-  const T* in[K::inputs];
-  for (int s = 0; s < K::inputs; s++) {
-    in[s] = lanes_in_memory.in[s];
-    for (int i = 0; i < elements; i++) lanes_in_memory.in[s][i] = i < m ? arrays.in[s][first + i] : K::filler;
-  }
-  vec<T> y[K::outputs][count];
-  flags<T> flagged[count];
-  run<K, count>(k, in, y, flagged);
-  __builtin_memcpy(lanes_in_memory.out, y, sizeof y);
+// Elements `first` to `first + m`, `count` whole vectors or the beginning of one.
+template <class K, int count, bool whole, template <class> class array>
+ZUR_INLINE void step(const K& k, int m, int first, std::uint32_t mode, const operands<K, array>& arrays) {
+  using T = typename K::type;
+  const group<K, count> g(k, m, first, arrays, std::bool_constant<whole>());
   if constexpr (has_routine<K>)
-    if (any<T>(flagged)) [[unlikely]]
-      return serve(k, first_flags<T>(flagged, m), m, first, mode, arrays, lanes_in_memory);
-  for (int o = 0; o < K::outputs; o++)
-    for (int i = 0; i < m; i++) arrays.out[o][first + i] = lanes_in_memory.out[o][i];
-}
-
-// A block with flagged lanes, from its arguments once more: so nothing of it must outlive the test.
-template <class K, int count>
-[[gnu::noinline, gnu::cold]] void special_block(const K& k, int first, std::uint32_t mode,
-                                                operands<K, dense> arrays) {
-  group<K, count>(k, count * lanes_of<K>, first, mode, arrays);
-}
-
-// Whole blocks of `count` vectors from element i on; returns the first element that is left.
-template <class K, int count, class T = typename K::type>
-ZUR_INLINE int blocks(const K& k, int n, int i, std::uint32_t mode, const operands<K, dense>& arrays) {
-  constexpr int elements = count * lanes<T>;
-  for (; n - i >= elements; i += elements) {
-    const T* in[K::inputs];
-    for (int s = 0; s < K::inputs; s++) in[s] = &arrays.in[s][i];
-    vec<T> y[K::outputs][count];
-    flags<T> flagged[count];
-    run<K, count>(k, in, y, flagged);
-    if constexpr (has_routine<K>)
-      if (any<T>(flagged)) [[unlikely]] {
-        special_block<K, count>(k, i, mode, arrays);
-        continue;
-      }
-    for (int o = 0; o < K::outputs; o++)
+    if (g.special()) [[unlikely]]
+      return special_group<K, count>(k, m, first, mode, arrays);
 #pragma GCC unroll 8
-      for (int v = 0; v < count; v++) store(&arrays.out[o][i + v * lanes<T>], y[o][v]);
-  }
-  return i;
+  for (int v = 0; v < count; v++)
+    for (int o = 0; o < K::outputs; o++)
+      put<whole, T>(arrays.out[o], first + v * lanes<T>, m - v * lanes<T>, g.y[v].value[o]);
 }
 
-template <class K> ZUR_INLINE void unit(const K& k, int n, const operands<K, dense>& arrays) {
+// Whole blocks, then whole vectors, then what is left.
+template <class K, template <class> class array>
+ZUR_INLINE void all_elements(const K& k, int n, const operands<K, array>& arrays) {
+  constexpr int vector = lanes<typename K::type>, vectors = K::block < vector ? 1 : K::block / vector;
+  constexpr int block = vectors * vector;
   const typename K::environment environment;
-  int i = blocks<K, block_vectors<K>>(k, n, 0, environment.mode(), arrays);
-  if constexpr (block_vectors < K >> 1) i = blocks<K, 1>(k, n, i, environment.mode(), arrays);
-  if (i < n) group<K, 1>(k, n - i, i, environment.mode(), arrays);
-}
-
-template <class K> ZUR_INLINE void twin(const K& k, int n, const operands<K, strided>& arrays) {
-  const typename K::environment environment;
-  constexpr int count = block_vectors<K>, elements = count * lanes_of<K>;
   int i = 0;
-  for (; n - i >= elements; i += elements) group<K, count>(k, elements, i, environment.mode(), arrays);
-  if constexpr (count > 1)
-    for (; n - i >= lanes_of<K>; i += lanes_of<K>) group<K, 1>(k, lanes_of<K>, i, environment.mode(), arrays);
-  if (i < n) group<K, 1>(k, n - i, i, environment.mode(), arrays);
+  for (; n - i >= block; i += block) step<K, vectors, true>(k, block, i, environment.mode(), arrays);
+  if constexpr (vectors > 1)
+    for (; n - i >= vector; i += vector) step<K, 1, true>(k, vector, i, environment.mode(), arrays);
+  if (i < n) step<K, 1, false>(k, n - i, i, environment.mode(), arrays);
 }
 
 }  // namespace walk
@@ -252,13 +232,13 @@ template <class K> ZUR_INLINE void twin(const K& k, int n, const operands<K, str
 // Kernels as table entries; the table's type chooses the form.
 
 template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, T* r) {
-  walk::unit<K>(K{}, n, {{{a}}, {{r}}});
+  walk::all_elements<K, walk::dense>(K{}, n, {{{a}}, {{r}}});
 }
 template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, const T* b, T* r) {
-  walk::unit<K>(K{}, n, {{{a}, {b}}, {{r}}});
+  walk::all_elements<K, walk::dense>(K{}, n, {{{a}, {b}}, {{r}}});
 }
 template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, T* r1, T* r2) {
-  walk::unit<K>(K{}, n, {{{a}}, {{r1}, {r2}}});
+  walk::all_elements<K, walk::dense>(K{}, n, {{{a}}, {{r1}, {r2}}});
 }
 
 // Strided twins; with all increments 1 they call the unit-stride kernel of their level.
@@ -266,19 +246,19 @@ template <class K, class T = typename K::type> void kernel(std::int32_t n, const
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, T* r, std::int32_t incr) {
   if (inca == 1 && incr == 1) return K::function::table[K::slot](n, a, r);
-  walk::twin<K>(K{}, n, {{{a, inca}}, {{r, incr}}});
+  walk::all_elements<K, walk::strided>(K{}, n, {{{a, inca}}, {{r, incr}}});
 }
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, const T* b, std::int32_t incb, T* r,
           std::int32_t incr) {
   if (inca == 1 && incb == 1 && incr == 1) return K::function::table[K::slot](n, a, b, r);
-  walk::twin<K>(K{}, n, {{{a, inca}, {b, incb}}, {{r, incr}}});
+  walk::all_elements<K, walk::strided>(K{}, n, {{{a, inca}, {b, incb}}, {{r, incr}}});
 }
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, T* r1, std::int32_t incr1, T* r2,
           std::int32_t incr2) {
   if (inca == 1 && incr1 == 1 && incr2 == 1) return K::function::table[K::slot](n, a, r1, r2);
-  walk::twin<K>(K{}, n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
+  walk::all_elements<K, walk::strided>(K{}, n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
 }
 
 }  // namespace zur::inline ZUR_WIDTH
