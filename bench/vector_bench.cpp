@@ -1,0 +1,320 @@
+// vector_bench: nanoseconds an element of every kernel beside peers, in one process.
+//
+//   vector_bench [--only=ROOT]... [--csv=FILE] [--costs] [Google Benchmark's options]
+//
+// Arrays of 4096; calls rotate over 16 blocks of random arguments so that branches cannot be learnt. All
+// measurements are repeated in random order, so that a disturbance hits kernels and peers alike; figures are
+// medians of processor time. --costs runs our unit-stride kernels only and prints the cost columns of
+// vector/functions.def. Peers work on 128 bits without fused multiply-add, except that the scalar functions
+// of libm may choose it.
+#include <arko/vector.h>
+#include <benchmark/benchmark.h>
+#include <math.h>
+#include <sleef.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/registry.h"
+
+extern "C" {
+__m128 _ZGVbN4v_expf(__m128);
+__m128d _ZGVbN2v_exp(__m128d);
+}
+
+namespace {
+
+using arko::test::arguments;
+using arko::test::function;
+
+constexpr int elements = 4096, blocks = 16;
+
+// ---- Arguments and peers: a row or a few for every root
+
+struct interval {
+  double low, high;
+};
+
+struct drawn {
+  const char* root;
+  interval single, full;  // of the arguments
+};
+constexpr drawn intervals[] = {
+    {"Abs", {-1000, 1000}, {-1000, 1000}},
+    {"Exp", {-80, 80}, {-700, 700}},
+};
+
+// A function of one V, element by element or vector by vector.
+template <class V, class F> void each(const arguments& c, F f) {
+  using E = std::conditional_t<sizeof(V) == 4 || std::is_same_v<V, __m128>, float, double>;
+  const V* a = static_cast<const V*>(c.in[0]);
+  V* r = static_cast<V*>(c.out[0]);
+  for (std::size_t i = 0; i < std::size_t(c.n) * sizeof(E) / sizeof(V); i++) r[i] = f(a[i]);
+}
+// A copy by registers, which no compiler makes a call of memcpy.
+template <class V> V copied(V x) {
+  asm("" : "+x"(x));
+  return x;
+}
+#define EACH(V, f) [](const arguments& c) { each<V>(c, [](V x) { return f(x); }); }
+
+struct peer {
+  const char* function;
+  const char* name;
+  double ulps;  // the largest error that its makers state
+  void (*run)(const arguments&);
+};
+constexpr peer peers[] = {
+    {"sAbs", "copy", 0, EACH(__m128, copied)},
+    {"sAbs", "libm", 0, EACH(float, fabsf)},
+    {"sAbs", "sleef sse2", 0, EACH(__m128, Sleef_fabsf4_sse2)},
+    {"sAbs", "sleef sse4", 0, EACH(__m128, Sleef_fabsf4_sse4)},
+    {"dAbs", "copy", 0, EACH(__m128d, copied)},
+    {"dAbs", "libm", 0, EACH(double, fabs)},
+    {"dAbs", "sleef sse2", 0, EACH(__m128d, Sleef_fabsd2_sse2)},
+    {"dAbs", "sleef sse4", 0, EACH(__m128d, Sleef_fabsd2_sse4)},
+    {"sExp", "libm", 1, EACH(float, expf)},
+    {"sExp", "libmvec", 4, EACH(__m128, _ZGVbN4v_expf)},
+    {"sExp", "sleef u10 sse2", 1, EACH(__m128, Sleef_expf4_u10sse2)},
+    {"sExp", "sleef u10 sse4", 1, EACH(__m128, Sleef_expf4_u10sse4)},
+    {"dExp", "libm", 1, EACH(double, exp)},
+    {"dExp", "libmvec", 4, EACH(__m128d, _ZGVbN2v_exp)},
+    {"dExp", "sleef u10 sse2", 1, EACH(__m128d, Sleef_expd2_u10sse2)},
+    {"dExp", "sleef u10 sse4", 1, EACH(__m128d, Sleef_expd2_u10sse4)},
+};
+
+// ---- Running
+
+// The arrays of a function's benchmarks, at increments 1 or 2.
+struct arrays {
+  const function& f;
+  int increment;
+  std::unique_ptr<char, decltype(&std::free)> in[2], out[2];
+
+  explicit arrays(const function& of, interval range)
+      : f(of), increment(f.strided ? 2 : 1), in{block(of), block(of)}, out{block(of), block(of)} {
+    std::mt19937_64 generator(1);
+    std::uniform_real_distribution<double> draw(range.low, range.high);
+    for (auto& p : in)
+      for (std::size_t i = 0; i < bytes(f) / f.how->real_size; i++)
+        if (f.is_double())
+          reinterpret_cast<double*>(p.get())[i] = draw(generator);
+        else
+          reinterpret_cast<float*>(p.get())[i] = float(draw(generator));
+  }
+  // n elements from element `first` on.
+  arguments at(int n, std::size_t first) const {
+    const std::size_t offset = first * std::size_t(increment) * f.how->in_size;
+    return {n,
+            {in[0].get() + offset, in[1].get() + offset},
+            {out[0].get(), out[1].get()},
+            {increment, increment},
+            {increment, increment}};
+  }
+
+ private:
+  static std::size_t bytes(const function& f) {
+    return std::max(f.how->in_size, f.how->out_size) * elements * blocks * (f.strided ? 2 : 1);
+  }
+  static std::unique_ptr<char, decltype(&std::free)> block(const function& f) {
+    char* p = static_cast<char*>(std::aligned_alloc(64, bytes(f)));
+    std::memset(p, 0, bytes(f));
+    return {p, std::free};
+  }
+};
+
+template <class Run> void add(const std::string& name, std::shared_ptr<arrays> data, int n, Run run) {
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+    const std::size_t places = n == 1 ? elements : blocks;
+    std::vector<arguments> calls;
+    for (std::size_t i = 0; i < places; i++) calls.push_back(data->at(n, i * std::size_t(n)));
+    std::size_t i = 0;
+    for (auto _ : state) {
+      run(calls[i++ % places]);
+      benchmark::ClobberMemory();
+    }
+  });
+}
+
+struct figure {
+  double ns, spread;
+};  // an element; spread: between the quartiles, relative
+
+// Collects the repetitions of every benchmark.
+struct collector : benchmark::BenchmarkReporter {
+  std::map<std::string, std::vector<double>> times;
+
+  bool ReportContext(const Context&) override { return true; }
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& r : runs)
+      if (r.run_type == Run::RT_Iteration && !r.error_occurred)
+        times[r.run_name.function_name].push_back(r.cpu_accumulated_time / double(r.iterations) * 1e9);
+  }
+  bool has(const std::string& name) const { return times.contains(name); }
+  figure operator()(const std::string& name, int n = elements) const {
+    auto t = times.at(name);
+    std::ranges::sort(t);
+    const double median = t[t.size() / 2];
+    return {median / n, (t[t.size() * 3 / 4] - t[t.size() / 4]) / median};
+  }
+};
+
+// ---- Results
+
+constexpr const char* level_name[] = {"LA", "HA", "EP"};
+
+// The first level that shares the kernel of this one.
+int kernel_of(const function& f, int level) {
+  return int(std::find(f.table, f.table + 3, f.table[level]) - f.table);
+}
+
+std::string kernel_name(const function& f, int level) {
+  return f.name + "/" + level_name[kernel_of(f, level)];
+}
+
+std::string levels_of(const function& f, int level) {
+  std::string names;
+  for (int l = 0; l < 3; l++)
+    if (kernel_of(f, l) == level) names += (names.empty() ? "" : ",") + std::string(level_name[l]);
+  return names;
+}
+
+const peer* fastest(const collector& results, const function& f, double ulps) {
+  const peer* best = nullptr;
+  double least = HUGE_VAL;
+  for (const peer& p : peers)
+    if (const std::string name = f.name + "/" + p.name;
+        f.name == p.function && p.ulps <= ulps && results.has(name))
+      if (results(name).ns < least) least = results(name).ns, best = &p;
+  return best;
+}
+
+void print(const collector& results, const std::vector<function>& functions) {
+  std::printf("\n%-9s %-9s %8s %7s   %-22s %8s %6s\n", "function", "level", "ns", "spread", "beside", "ns",
+              "ratio");
+  for (const function& f : functions)
+    for (int l = 0; l < 3; l++) {
+      if (kernel_of(f, l) != l || !results.has(kernel_name(f, l))) continue;
+      const figure ours = results(kernel_name(f, l));
+      std::printf("%-9s %-9s %8.3f %6.1f%%", f.name.c_str(), levels_of(f, l).c_str(), ours.ns,
+                  100 * ours.spread);
+      // HA is held against peers within 1 ulp, LA against those within 4, EP against LA, a twin against unit
+      // stride.
+      std::string beside, name;
+      if (f.strided) {
+        beside = "unit stride", name = f.name.substr(0, f.name.size() - 1) + "/" + level_name[l];
+      } else if (l == 2) {
+        beside = "LA", name = kernel_name(f, 0);
+      } else if (const peer* p = fastest(results, f, kernel_of(f, 1) == l ? 1 : 4)) {
+        beside = p->name, name = f.name + "/" + p->name;
+      }
+      if (results.has(name))
+        std::printf("   %-22s %8.3f %6.2f", beside.c_str(), results(name).ns, results(name).ns / ours.ns);
+      std::printf("\n");
+    }
+  std::printf("\n%-9s %-22s %8s %7s %8s\n", "function", "peer", "ns", "spread", "ulp");
+  for (const peer& p : peers)
+    if (const std::string name = std::string(p.function) + "/" + p.name; results.has(name))
+      std::printf("%-9s %-22s %8.3f %6.1f%% %8g\n", p.function, p.name, results(name).ns,
+                  100 * results(name).spread, p.ulps);
+  std::printf("\nA call with n = 1, ns:\n");
+  for (const function& f : functions)
+    for (int l = 0; l < 3; l++)
+      if (const std::string name = kernel_name(f, l) + "/1"; kernel_of(f, l) == l && results.has(name))
+        std::printf("%-9s %-9s %8.2f\n", f.name.c_str(), levels_of(f, l).c_str(), results(name, 1).ns);
+}
+
+void print_costs(const collector& results, const std::vector<function>& functions) {
+  const double scale = 6.460 / results("sExp/LA").ns;
+  for (const function& f : functions)
+    if (results.has(f.name + "/LA"))
+      std::printf("%-9s %.3ff, %.3ff, %.3ff\n", f.name.c_str(), scale * results(kernel_name(f, 0)).ns,
+                  scale * results(kernel_name(f, 1)).ns, scale * results(kernel_name(f, 2)).ns);
+}
+
+std::string processor() {
+  std::ifstream info("/proc/cpuinfo");
+  for (std::string line; std::getline(info, line);)
+    if (line.starts_with("model name")) return line.substr(line.find(':') + 2);
+  return "unknown";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string csv;
+  std::vector<std::string> only;
+  bool costs = false;
+  std::vector<char*> options = {argv[0], const_cast<char*>("--benchmark_repetitions=15"),
+                                const_cast<char*>("--benchmark_min_time=0.02"),
+                                const_cast<char*>("--benchmark_enable_random_interleaving=true")};
+  for (int i = 1; i < argc; i++) {
+    const std::string a = argv[i];
+    if (a == "--costs")
+      costs = true;
+    else if (a.starts_with("--csv="))
+      csv = a.substr(6);
+    else if (a.starts_with("--only="))
+      only.push_back(a.substr(7));
+    else
+      options.push_back(argv[i]);
+  }
+  int count = int(options.size());
+  benchmark::Initialize(&count, options.data());
+  if (benchmark::ReportUnrecognizedArguments(count, options.data())) return 2;
+  arko_zur_kernel_SetMode(ZUR_ERRMODE_IGNORE);
+
+  const auto& functions = arko::test::functions();
+  for (const function& f : functions) {
+    const std::string root = f.name.substr(1, f.name.size() - 1 - f.strided);
+    const bool scale = costs && f.name == "sExp";
+    if (!f.how->inputs || (costs && f.strided)) continue;
+    if (!scale && !only.empty() && std::ranges::find(only, root) == only.end()) continue;
+    const auto row = std::ranges::find(intervals, root, [](const drawn& d) { return std::string(d.root); });
+    if (row == std::end(intervals)) return std::cerr << "vector_bench: no interval for " << root << "\n", 2;
+    const auto data = std::make_shared<arrays>(f, f.is_double() ? row->full : row->single);
+    for (int l = 0; l < 3; l++) {
+      if (kernel_of(f, l) != l) continue;
+      const auto run = [&f, l](const arguments& c) { f(l, c); };
+      add(kernel_name(f, l), data, elements, run);
+      if (!costs) add(kernel_name(f, l) + "/1", data, 1, run);
+    }
+    for (const peer& p : peers)
+      if (!costs && f.name == p.function) add(f.name + "/" + p.name, data, elements, p.run);
+  }
+
+  collector results;
+  benchmark::RunSpecifiedBenchmarks(&results);
+  if (results.times.empty()) return std::cerr << "vector_bench: nothing was run\n", 2;
+  if (costs) return print_costs(results, functions), 0;
+  std::printf("compiler   %s\nflags      %s\nprocessor  %s\n",
+#ifdef __clang__
+              "clang " __clang_version__,
+#else
+              "gcc " __VERSION__,
+#endif
+              ARKO_FLAGS, processor().c_str());
+  std::printf("arrays of %d elements, %d blocks in turn; medians of processor time\n", elements, blocks);
+  print(results, functions);
+  if (!csv.empty()) {
+    std::ofstream file(csv);
+    file << "function,kernel or peer,n,ns per element,spread\n";
+    for (const auto& [name, times] : results.times) {
+      const int n = name.ends_with("/1") ? 1 : elements;
+      const figure t = results(name, n);
+      const auto slash = name.find('/');
+      file << name.substr(0, slash) << ',' << name.substr(slash + 1, name.size() - slash - (n == 1 ? 3 : 1))
+           << ',' << n << ',' << t.ns << ',' << t.spread << '\n';
+    }
+    if (!file.flush()) return std::cerr << "vector_bench: cannot write " << csv << "\n", 2;
+  }
+}

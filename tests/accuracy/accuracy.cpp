@@ -1,0 +1,406 @@
+// accuracy: the largest and the mean errors of all kernels, as a Markdown table.
+//
+//   accuracy [--exhaustive | --check] [--only=ROOT]... [--sparse=K] [FILE]
+//
+// Without FILE the table goes to standard output; rows that FILE already has for functions not run stay.
+// --exhaustive visits all 2^32 single arguments, --check visits few enough for a test of some seconds, and
+// --sparse divides their number by K. Exit code 1: a kernel exceeds its limit of vector/limits.def; 2: a
+// reference is wrong, or bad usage.
+#include <arko/vector.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/references.h"
+#include "tests/support/ulp.h"
+#include "vector/elements.h"
+
+namespace {
+
+using namespace arko::test;
+
+enum level { la, ha, ep };
+constexpr const char* level_name[] = {"LA", "HA", "EP"};
+
+template <class E> struct name_of;
+template <> struct name_of<float> { static constexpr const char* type = "single"; };
+template <> struct name_of<double> { static constexpr const char* type = "double"; };
+
+// ---- Limits
+
+struct allowed {
+  double la_ulps, ha_ulps, ep_bits;
+  bool met(level l, double ulps, double relative) const {
+    return l == ep ? relative <= std::exp2(-ep_bits) : ulps <= (l == la ? la_ulps : ha_ulps);
+  }
+};
+struct limits {
+  allowed unit, twin;
+};
+
+template <class E> constexpr bool in_contract(allowed a) {
+  return a.la_ulps < 4 && a.ha_ulps < 1 && a.ep_bits >= (sizeof(E) == 4 ? 11 : 26);
+}
+#define LIMITS(type, root, ...)                                                   \
+  constexpr limits limits_of_##type##root{__VA_ARGS__};                           \
+  static_assert(in_contract<ZUR_ELEMENT_##type>(limits_of_##type##root.unit) &&   \
+                    in_contract<ZUR_ELEMENT_##type>(limits_of_##type##root.twin), \
+                "the limits of " #type #root " are outside the accuracy contract");
+#include "vector/limits.def"
+
+// ---- Kernels
+
+template <class E> struct function {
+  const char* root;
+  void (*const* unit)(int32_t, const E*, E*);
+  void (*const* twin)(int32_t, const E*, int32_t, E*, int32_t);  // null: there is none
+  const reference& meant;
+  limits allowed;
+};
+
+constexpr int block = 4096;
+
+// Arguments and results of a block, side by side and at every other place.
+template <class E> struct arrays { E in[block], spread_in[2 * block], out[block], spread_out[2 * block]; };
+
+template <class E> struct kernel {
+  const function<E>& of;
+  bool twin;
+  std::vector<level> levels;  // those that share it
+
+  const allowed& limit() const { return twin ? of.allowed.twin : of.allowed.unit; }
+  void run(int n, arrays<E>& a) const {
+    if (twin) {
+      of.twin[levels[0]](n, a.spread_in, 2, a.spread_out, 2);
+      for (int i = 0; i < n; i++) a.out[i] = a.spread_out[2 * i];
+    } else {
+      of.unit[levels[0]](n, a.in, a.out);
+    }
+  }
+};
+
+template <class E, class table>
+void add_kernels(std::vector<kernel<E>>& list, const function<E>& f, bool twin, table entries) {
+  const auto first = list.size();
+  for (level l : {la, ha, ep}) {
+    auto k = list.begin() + long(first);
+    while (k != list.end() && entries[k->levels[0]] != entries[l]) ++k;
+    if (k == list.end())
+      list.push_back({f, twin, {l}});
+    else
+      k->levels.push_back(l);
+  }
+}
+
+// ---- Arguments
+
+// A pass over `count` arguments; argument(i) does not depend on the order in which they are visited.
+template <class E> struct pass {
+  std::uint64_t count;
+  bool in_mean;
+  std::function<E(std::uint64_t)> argument;
+};
+
+template <class E> using bits_of = std::conditional_t<sizeof(E) == 4, std::uint32_t, std::uint64_t>;
+
+std::uint64_t random_bits(std::uint64_t i) {  // splitmix64
+  i = (i + 1) * 0x9E3779B97F4A7C15;
+  i = (i ^ (i >> 30)) * 0xBF58476D1CE4E5B9;
+  i = (i ^ (i >> 27)) * 0x94D049BB133111EB;
+  return i ^ (i >> 31);
+}
+double random_unit(std::uint64_t i) { return double(random_bits(i) >> 11) * 0x1p-53; }
+
+// The number `steps` patterns away from x, farther from zero for positive steps.
+template <class E> E neighbour(E x, int steps) {
+  return std::bit_cast<E>(bits_of<E>(std::bit_cast<bits_of<E>>(x) + bits_of<E>(steps)));
+}
+
+struct options {
+  bool exhaustive = false, check = false;
+  std::uint64_t sparse = 1;
+  std::vector<std::string> only;
+};
+
+// A number of samples, of about the size wanted.
+std::uint64_t samples(const options& o, int log2_usual) {
+  return (std::uint64_t{1} << (log2_usual - (o.check ? 4 : 0))) / o.sparse;
+}
+
+template <class E> std::vector<pass<E>> passes_of(const reference& meant, const options& o) {
+  const auto range = sizeof(E) == 4 ? meant.single : meant.full;
+  const auto& points = meant.points;
+  std::vector<pass<E>> passes;
+
+  if constexpr (sizeof(E) == 4) {
+    const std::uint64_t stride = o.exhaustive ? 1 : o.sparse > 1 ? 16381 : o.check ? 1021 : 251;
+    passes.push_back({(std::uint64_t{1} << 32) / stride, false,
+                      [=](std::uint64_t i) { return std::bit_cast<float>(std::uint32_t(i * stride)); }});
+  } else {
+    passes.push_back({samples(o, o.exhaustive ? 22 : 20), false,
+                      [](std::uint64_t i) { return std::bit_cast<double>(random_bits(i)); }});
+  }
+  passes.push_back({samples(o, o.exhaustive ? 22 : 20), true, [=](std::uint64_t i) {
+                      return E(range.low + (range.high - range.low) * random_unit(~i));
+                    }});
+  passes.push_back({points.size() * 129, false,
+                    [&](std::uint64_t i) { return neighbour(E(points[i / 129]), int(i % 129) - 64); }});
+  passes.push_back({samples(o, 18), false, [&](std::uint64_t i) {
+                      const double p = points[i % points.size()], u = random_unit(2 * i);
+                      const double away = std::exp2(-64 * u) * std::max(std::fabs(p), 1.0);
+                      return E(p + (random_bits(2 * i + 1) & 1 ? away : -away));
+                    }});
+  if (meant.grid != 0)
+    passes.push_back({samples(o, 20), false, [=](std::uint64_t i) {
+                        const double x = range.low + (range.high - range.low) * random_unit(2 * i);
+                        return neighbour(E(std::nearbyint(x / meant.grid) * meant.grid),
+                                         int(random_bits(2 * i + 1) % 5) - 2);
+                      }});
+  return passes;
+}
+
+// ---- Measuring
+
+struct number {  // of MPFR
+  mpfr_t v;
+  number() { mpfr_init2(v, 160); }
+  ~number() { mpfr_clear(v); }
+  number(const number&) = delete;
+  number& operator=(const number&) = delete;
+};
+
+template <class E> exact<E> precise(const reference& meant, E x, number& scratch) {
+  mpfr_set_d(scratch.v, x, MPFR_RNDN);
+  meant.precise(scratch.v, scratch.v, MPFR_RNDN);
+  return exact<E>(scratch.v);
+}
+
+// The blocks `which`, `which` + `of`, ... of a pass.
+template <class E>
+void measure_part(const pass<E>& p, const std::vector<kernel<E>>& kernels, unsigned which, unsigned of,
+                  bool progress, std::vector<meter<E>>& meters) {
+  const reference& meant = kernels[0].of.meant;
+  const auto memory = std::make_unique<arrays<E>>();
+  arrays<E>& a = *memory;
+  number scratch;
+  std::vector<exact<E>> wanted;
+  arko_zur_kernel_SetMode(ZUR_ERRMODE_IGNORE);
+  for (std::uint64_t first = which * block; first < p.count; first += of * block) {
+    if (progress && first % (1 << 28) == 0)
+      std::fprintf(stderr, "%s %s: %2.0f %%\r", kernels[0].of.root, name_of<E>::type,
+                   100 * double(first) / double(p.count));
+    const int n = int(std::min<std::uint64_t>(block, p.count - first));
+    wanted.clear();
+    for (int i = 0; i < n; i++) {
+      const E x = a.in[i] = a.spread_in[2 * i] = p.argument(first + std::uint64_t(i));
+      if constexpr (sizeof(E) == 4)
+        wanted.emplace_back(meant.quick(x));
+      else
+        wanted.push_back(precise(meant, x, scratch));
+    }
+    for (std::size_t k = 0; k < kernels.size(); k++) {
+      kernels[k].run(n, a);
+      for (int i = 0; i < n; i++)
+        meters[k].add(a.in[i], in_ulps(a.out[i], wanted[std::size_t(i)]), p.in_mean);
+      if (kernels[k].levels.back() == ep)
+        for (int i = 0; i < n; i++)
+          meters[k].add_relative(a.in[i], in_relative(a.out[i], wanted[std::size_t(i)], meant.floor));
+    }
+  }
+}
+
+template <class E> std::vector<meter<E>> measure(const std::vector<kernel<E>>& kernels, const options& o) {
+  std::vector<meter<E>> total(kernels.size());
+  const unsigned workers = std::max(1u, std::thread::hardware_concurrency());
+  for (const auto& p : passes_of<E>(kernels[0].of.meant, o)) {
+    std::vector<std::vector<meter<E>>> parts(workers, std::vector<meter<E>>(kernels.size()));
+    std::vector<std::thread> threads;
+    for (unsigned w = 0; w < workers; w++)
+      threads.emplace_back([&, w] {
+        measure_part(p, kernels, w, workers, o.exhaustive && w == 0, parts[w]);
+        mpfr_free_cache();
+      });
+    for (auto& t : threads) t.join();
+    for (const auto& part : parts)
+      for (std::size_t k = 0; k < kernels.size(); k++) total[k].merge(part[k]);
+  }
+  return total;
+}
+
+// Measures the worst arguments again against MPFR: false where that gives another error.
+template <class E> bool confirmed(const kernel<E>& k, const meter<E>& m) {
+  const auto a = std::make_unique<arrays<E>>();
+  number scratch;
+  a->in[0] = a->spread_in[0] = m.where;
+  k.run(1, *a);
+  const double again = in_ulps(a->out[0], precise(k.of.meant, m.where, scratch));
+  if (again == m.largest || std::fabs(again - m.largest) <= 1e-6 * m.largest) return true;
+  std::fprintf(stderr, "%s %s at %a: error %.9g ulp by the reference, %.9g by MPFR\n", k.of.root,
+               name_of<E>::type, double(m.where), m.largest, again);
+  return false;
+}
+
+// ---- The table
+
+constexpr const char* heading =
+    "| function | type | kernel | level | largest ulp | mean ulp | largest at | relative | limit | arguments "
+    "|\n"
+    "| --- | --- | --- | --- | ---: | ---: | --- | ---: | ---: | --- |\n";
+
+template <class... A> std::string text(const char* format, A... a) {
+  char buffer[200];
+  std::snprintf(buffer, sizeof buffer, format, a...);
+  return buffer;
+}
+
+std::string power_of_two(double error) { return error == 0 ? "0" : text("2^%.2f", std::log2(error)); }
+
+template <class E> std::string row_start(const char* root) {
+  return text("| %s | %s |", root, name_of<E>::type);
+}
+
+template <class E> std::string row(const kernel<E>& k, const meter<E>& m, const options& o) {
+  std::string levels, limit, relative;
+  for (level l : k.levels) {
+    levels += (levels.empty() ? "" : ", ") + std::string(level_name[l]);
+    limit +=
+        (limit.empty() ? "" : ", ") + (l == ep ? text("2^-%g", k.limit().ep_bits)
+                                               : text("%g", l == la ? k.limit().la_ulps : k.limit().ha_ulps));
+    if (l == ep) relative = power_of_two(m.relative);
+  }
+  return row_start<E>(k.of.root) +
+         text(" %s | %s | %.5g | %.4g | %s | %s | %s | %s |\n", k.twin ? "twin" : "unit", levels.c_str(),
+              m.largest, m.mean(), m.largest == 0 ? "" : text("%a", double(m.where)).c_str(),
+              relative.c_str(), limit.c_str(),
+              o.exhaustive && sizeof(E) == 4 ? "all 2^32"
+                                             : text("%.1f million", double(m.samples) * 1e-6).c_str());
+}
+
+// Runs one function: its rows of the table. Sets the exit code where a limit does not hold.
+template <class E> std::string rows(const function<E>& f, const options& o, int& exit_code) {
+  std::vector<kernel<E>> kernels;
+  add_kernels(kernels, f, false, f.unit);
+  if (f.twin) add_kernels(kernels, f, true, f.twin);
+  const auto meters = measure(kernels, o);
+  std::string result;
+  for (std::size_t k = 0; k < kernels.size(); k++) {
+    result += row(kernels[k], meters[k], o);
+    if (!confirmed(kernels[k], meters[k])) exit_code = 2;
+    for (level l : kernels[k].levels)
+      if (!kernels[k].limit().met(l, meters[k].largest, meters[k].relative)) {
+        std::fprintf(stderr, "%s %s %s %s: %.7g ulp at %a, relative %s at %a: beyond the limit\n", f.root,
+                     name_of<E>::type, kernels[k].twin ? "twin" : "unit", level_name[l], meters[k].largest,
+                     double(meters[k].where), power_of_two(meters[k].relative).c_str(),
+                     double(meters[k].relative_where));
+        exit_code = std::max(exit_code, 1);
+      }
+  }
+  return result;
+}
+
+const char* preamble() {
+  return "# Accuracy\n\n"
+         "Written by the program `accuracy` (tests/accuracy): the largest and the mean error of every "
+         "kernel, in\n"
+         "units in the last place of the exact result. Among denormal results the unit is the smallest "
+         "denormal\n"
+         "number; an infinite result counts as the power of two after the largest finite number. The mean is "
+         "over\n"
+         "arguments spread evenly where results are ordinary. Relative errors, given for EP, are against "
+         "the\n"
+         "smallest normal number where results are smaller. The limits are those that the tests hold\n"
+         "(vector/limits.def). *unit* are the kernels of unit stride, *twin* the strided ones; levels that "
+         "share a\n"
+         "kernel share a row.\n\n"
+         "Double kernels are measured against MPFR at 160 bits over random bit patterns, evenly over the\n"
+         "function's interval, at and around thresholds and hard cases, and at the boundaries of table rows. "
+         "Single\n"
+         "kernels are measured against the C library's double function over all bit patterns (`all 2^32`) or "
+         "every\n"
+         "251st, and besides like double ones; the worst of each kernel is measured again against MPFR.\n\n"
+         "Rewritten by `accuracy --exhaustive docs/accuracy.md`; `--only=ROOT` replaces the rows of one "
+         "function.\n\n";
+}
+
+// Rows of functions that are not run, from the file as it is.
+std::map<std::string, std::string> kept_rows(const std::string& path) {
+  std::map<std::string, std::string> kept;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);)
+    if (const auto end = line.find('|', line.find('|', 1) + 1); line.starts_with("| ") && end != line.npos)
+      kept[line.substr(0, end + 1)] += line + "\n";
+  return kept;
+}
+
+// ---- From the one list
+
+#define FUNCTION_unary(type, root, twin)                                                   \
+  function<ZUR_ELEMENT_##type> {                                                           \
+#root, arko_zur_kernel_##type##root##_ttab, TWIN_##twin(type, root), references::root, \
+        limits_of_##type##root                                                             \
+  }
+#define TWIN_none(type, root) nullptr
+#define TWIN_I(type, root) arko_zur_kernel_##type##root##I_ttab
+#define TWIN__(type, root) arko_zur_kernel_##type##root##I_ttab
+
+template <class Visit> void for_each_function(Visit visit) {
+#define KERNELS(type, root, form, sharing, twin, ...) visit(FUNCTION_##form(type, root, twin));
+#include "vector/functions.def"
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  options o;
+  std::string path;
+  for (int i = 1; i < argc; i++) {
+    const std::string a = argv[i];
+    if (a == "--exhaustive")
+      o.exhaustive = true;
+    else if (a == "--check")
+      o.check = true;
+    else if (a.starts_with("--only="))
+      o.only.push_back(a.substr(7));
+    else if (a.starts_with("--sparse=") && std::atoi(a.c_str() + 9) > 0)
+      o.sparse = std::uint64_t(std::atoi(a.c_str() + 9));
+    else if (!a.starts_with("-") && path.empty())
+      path = a;
+    else
+      return std::cerr << "usage: accuracy [--exhaustive | --check] [--only=ROOT]... [--sparse=K] [FILE]\n",
+             2;
+  }
+
+  auto kept = kept_rows(path);
+  std::ostringstream table;
+  table << preamble() << "Kernels, reference program: " << (sizeof(void*) == 8 ? "64" : "32") << " bits, "
+#ifdef __clang__
+        << "clang " __clang_version__
+#else
+        << "gcc " __VERSION__
+#endif
+        << ".\n\n"
+        << heading;
+  int exit_code = 0, run = 0;
+  for_each_function([&]<class E>(const function<E>& f) {
+    const bool wanted = o.only.empty() || std::ranges::find(o.only, f.root) != o.only.end();
+    run += wanted;
+    table << (wanted ? rows(f, o, exit_code) : kept[row_start<E>(f.root)]);
+  });
+  if (!run) return std::cerr << "accuracy: no such function\n", 2;
+  if (path.empty())
+    std::cout << table.str();
+  else if (!(std::ofstream(path) << table.str()).flush())
+    return std::cerr << "accuracy: cannot write " << path << "\n", 2;
+  return exit_code;
+}

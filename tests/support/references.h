@@ -1,0 +1,60 @@
+// What each function is measured against and where one looks: a row for every root.
+//
+//   precise   the function in MPFR: results of double kernels, and the worst results of single ones
+//   quick     the function in double, its error below 1 ulp: results of single kernels
+//   single, full  where single and double results are ordinary: arguments are drawn evenly from there, and
+//   the
+//             mean error is the mean over these
+//   grid      multiples of it are visited: half the distance of table rows, so that boundaries between rows
+//   and
+//             the rows themselves are among them; 0 for none
+//   points    thresholds and hard cases; the arguments beside them are visited one by one and, farther off,
+//   at
+//             distances of every magnitude
+//   floor     relative errors are measured to at least this, for a function with zeros away from the origin
+#pragma once
+#include <mpfr.h>
+
+#include <cmath>
+#include <vector>
+
+namespace arko::test {
+
+struct interval {
+  double low, high;
+};
+
+struct reference {
+  int (*precise)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+  double (*quick)(double);
+  interval single, full;
+  double grid = 0;
+  std::vector<double> points;
+  double floor = 0;
+};
+
+namespace references {
+
+inline const reference Abs{
+    .precise = mpfr_abs,
+    .quick = std::fabs,
+    .single = {-1e3, 1e3},
+    .full = {-1e3, 1e3},
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 1, -1, 0x1.fffffep127, 0x1.fffffffffffffp1023},
+};
+
+// The finest table has 1024 rows a binade. The points: zero and one, where single and double results leave
+// the normal numbers, become infinite and become zero, and three arguments whose e^x all but is a double.
+inline const reference Exp{
+    .precise = mpfr_exp,
+    .quick = std::exp,
+    .single = {-104, 88.8},
+    .full = {-745.2, 709.8},
+    .grid = 0x1.62e42fefa39efp-1 / 2048,
+    .points = {0, 0x1p-126, 1, -1, 87.3365, -87.3365, 88.7228, -103.27894, -103.972084, 708.396, -708.396,
+               709.78, 709.78000528721, 709.7827128933841, -745.1332191019412, 0x1.83d4bcdebb3f4p+2,
+               -0x1.22e24fa3d5cf9p-1, 0x1.273c188aa7b14p+2},
+};
+
+}  // namespace references
+}  // namespace arko::test

@@ -1,0 +1,84 @@
+// Errors of results in ulp and as relative errors, and a meter that keeps the largest.
+//
+// The ulp is the spacing of E in the binade of the exact value; among denormal values and at zero it is the
+// smallest denormal number. An infinite result counts as the power of two after the largest finite number,
+// and is no error where the exact value rounds to it. NaN is no error where the exact value is NaN, and an
+// infinite error elsewhere. The sign of a zero is not looked at.
+#pragma once
+#include <mpfr.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+namespace arko::test {
+
+// An exact value to be met by a result of type E, as the unevaluated sum value + rest. The wide type has
+// range enough for denormal results of E to be seen with all their digits.
+template <class E> struct exact {
+  using wide = std::conditional_t<std::is_same_v<E, float>, double, long double>;
+  wide value, rest;
+  wide per_ulp;  // 1 / ulp
+  E rounded;
+
+  explicit exact(wide v, wide low = 0) : value(v), rest(std::isfinite(v) ? low : 0), rounded(E(v)) {
+    using limits = std::numeric_limits<E>;
+    int binade = std::ilogb(v);
+    int unused;
+    if (rest != 0 && (rest < 0) != (v < 0) && std::fabs(std::frexp(v, &unused)) == wide(0.5)) binade--;
+    binade = std::clamp(binade, limits::min_exponent - 1, limits::max_exponent - 1);
+    per_ulp = std::ldexp(wide(1), limits::digits - 1 - binade);
+  }
+  explicit exact(mpfr_srcptr v);  // keeps the leading 106 (float) or 128 (double) bits
+};
+
+// |y - x|, infinite results as told above; NaN where one of the two is NaN.
+template <class E> typename exact<E>::wide distance(E y, const exact<E>& x) {
+  using wide = typename exact<E>::wide;
+  if (!std::isinf(y)) return std::fabs((wide(y) - x.value) - x.rest);
+  if (y == x.rounded) return 0;
+  const wide beyond = std::copysign(std::ldexp(wide(1), std::numeric_limits<E>::max_exponent), wide(y));
+  return std::fabs((beyond - x.value) - x.rest);
+}
+
+template <class E> double in_ulps(E y, const exact<E>& x) {
+  const auto error = distance(y, x) * x.per_ulp;
+  if (error == error) return double(error);
+  return y != y && x.value != x.value ? 0 : HUGE_VAL;
+}
+
+// Relative to |x|, or to the floor or the smallest normal number where x is smaller.
+template <class E> double in_relative(E y, const exact<E>& x, double floor) {
+  using wide = typename exact<E>::wide;
+  const wide error = distance(y, x);
+  if (error == 0) return 0;
+  if (error == error)
+    return double(error / std::max({std::fabs(x.value), wide(floor), wide(std::numeric_limits<E>::min())}));
+  return y != y && x.value != x.value ? 0 : HUGE_VAL;
+}
+
+// The largest and the mean of errors.
+template <class E> struct meter {
+  double largest = 0, relative = 0, sum = 0;
+  E where{}, relative_where{};
+  std::uint64_t averaged = 0, samples = 0;
+
+  void add(E argument, double ulps, bool in_mean) {
+    samples++;
+    if (ulps > largest) largest = ulps, where = argument;
+    if (in_mean) sum += ulps, averaged++;
+  }
+  void add_relative(E argument, double error) {
+    if (error > relative) relative = error, relative_where = argument;
+  }
+  void merge(const meter& other) {
+    if (other.largest > largest) largest = other.largest, where = other.where;
+    if (other.relative > relative) relative = other.relative, relative_where = other.relative_where;
+    sum += other.sum, averaged += other.averaged, samples += other.samples;
+  }
+  double mean() const { return averaged ? sum / double(averaged) : 0; }
+};
+
+}  // namespace arko::test
