@@ -54,15 +54,19 @@ void note_ending() { ending.store(true, std::memory_order_relaxed); }
 
 // Exit handlers run in reverse order of registration, and the destructors of the libraries are one of
 // them, registered just before the program's own code starts. So if this library came with the program,
-// the handler of its constructor is too early to run before those destructors, and the first call of
-// arko_serv_ending registers it again.
+// the handler of its constructor is too early to run before those destructors. Nobody tells when the
+// program's own code has started, so the first few calls of arko_serv_ending register it again.
 __attribute__((constructor)) void watch_for_ending() { std::atexit(note_ending); }
 
-std::atomic<bool> asked_before{false};
+constexpr int most_watches = 16;
+std::atomic<int> watches{0};
 
 }  // namespace
 
 extern "C" int32_t arko_serv_ending(void) {
-  if (!asked_before.exchange(true, std::memory_order_relaxed)) watch_for_ending();
+  if (watches.load(std::memory_order_relaxed) < most_watches) {
+    watches.fetch_add(1, std::memory_order_relaxed);
+    watch_for_ending();
+  }
   return ending.load(std::memory_order_relaxed);
 }

@@ -8,7 +8,10 @@
 
 namespace {
 
-[[gnu::constructor]] void load() { zur::attach(); }
+[[gnu::constructor]] void load() {
+  arko_serv_ending();  // a first call makes later answers right
+  zur::attach();
+}
 
 [[gnu::destructor]] void unload() {
   if (!arko_serv_ending()) zur::detach();

@@ -69,7 +69,10 @@ thread_state* record_in_slot() {
   return static_cast<thread_state*>(pthread_getspecific(static_cast<pthread_key_t>(key)));
 }
 
+// Where the module came with the program, a process whose main thread alone has a record may release it at
+// the end after all; any other thread's first use comes through here and prevents that.
 [[gnu::noinline]] thread_state& first_use() {
+  arko_serv_ending();
   if (current_slot() == no_slot) attach();
   if (thread_state* record = record_in_slot()) return *record;
   thread_state* record = make_record();

@@ -88,12 +88,10 @@ ARKO_CORE_API int32_t arko_serv_cpuisicx(void);
 
 /*
  * 1 once the process has begun to end by exit() or by return from main, else 0. A library's
- * destructor can ask it whether the library is being unloaded or the process ends. Such a library
- * calls it once when it is loaded as well: that makes the answer right in its destructor even if
- * libarko_core came with the program itself. (libarko_core stays loaded until the process ends.)
- *
- * For a library that came with the program there is no question to ask: it is never unloaded, and
- * the system runs its destructor before the answer changes.
+ * destructor can ask it whether the library is being unloaded or the process ends, provided that it
+ * has called it before: when it was loaded and, as a library that comes with the program is loaded
+ * too early, once more when the program first used it. (libarko_core stays loaded until the process
+ * ends.)
  */
 ARKO_CORE_API int32_t arko_serv_ending(void);
 
