@@ -1,0 +1,69 @@
+// Arguments for functions that a test knows nothing about: ordinary numbers with special ones between.
+#pragma once
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <type_traits>
+
+namespace arko::test {
+
+template <class T> T sample(std::mt19937& random) {
+  using bits = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
+  // Zeros, denormals, signalling and quiet NaN, infinities, limits, and where functions overflow or
+  // underflow.
+  static constexpr T edges[] = {0,
+                                0.5,
+                                0.75,
+                                1,
+                                2,
+                                87.3,
+                                87.34,
+                                88.72283f,
+                                88.72284f,
+                                103.28,
+                                104,
+                                150,
+                                708.3,
+                                709.78,
+                                709.79,
+                                745.1,
+                                745.14,
+                                1e6,
+                                std::numeric_limits<T>::denorm_min(),
+                                std::numeric_limits<T>::min(),
+                                std::numeric_limits<T>::max(),
+                                std::numeric_limits<T>::infinity()};
+  constexpr bits infinity = std::bit_cast<bits>(std::numeric_limits<T>::infinity());
+  constexpr bits sign = ~(~bits{0} >> 1), quiet = infinity | (infinity >> 1 & ~infinity);
+  const bits any = random() | static_cast<bits>(std::uint64_t{random()} << 32);
+  switch (random() % 8) {
+    case 0:
+      return std::bit_cast<T>(std::bit_cast<bits>(edges[any % std::size(edges)]) | (random() % 2 ? sign : 0));
+    case 1:
+      switch (random() % 4) {
+        case 0:
+          return std::bit_cast<T>(quiet | (any & sign) | (any & 0xFFF));
+        case 1:
+          return std::bit_cast<T>(infinity | (any & sign) | (any & 0xFFF) | 1);
+        case 2:
+          return std::bit_cast<T>(any & ~infinity);
+        default:
+          return std::bit_cast<T>(any);
+      }
+    default:
+      return static_cast<T>((static_cast<double>(random()) / 0x1p31 - 1) * (random() % 4 ? 30 : 800));
+  }
+}
+
+// `count` numbers of 4 or 8 bytes to `to`, which need not be aligned.
+inline void fill(void* to, int count, std::size_t real_size, std::mt19937& random) {
+  for (auto* p = static_cast<unsigned char*>(to); count > 0; count--, p += real_size) {
+    const float s = real_size == 4 ? sample<float>(random) : 0;
+    const double d = real_size == 8 ? sample<double>(random) : 0;
+    std::memcpy(p, real_size == 4 ? static_cast<const void*>(&s) : &d, real_size);
+  }
+}
+
+}  // namespace arko::test
