@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -98,37 +97,33 @@ constexpr peer peers[] = {
 struct arrays {
   const function& f;
   int increment;
-  std::unique_ptr<char, decltype(&std::free)> in[2], out[2];
+  std::vector<double> in[2], out[2];  // memory for any element
 
-  explicit arrays(const function& of, interval range)
-      : f(of), increment(f.strided ? 2 : 1), in{block(of), block(of)}, out{block(of), block(of)} {
+  explicit arrays(const function& of, interval range) : f(of), increment(f.strided ? 2 : 1) {
+    const std::size_t size = std::max(f.how->in_size, f.how->out_size) / 4 * elements * blocks;
+    for (auto& memory : out) memory.resize(size);
     std::mt19937_64 generator(1);
     std::uniform_real_distribution<double> draw(range.low, range.high);
-    for (auto& p : in)
-      for (std::size_t i = 0; i < bytes(f) / f.how->real_size; i++)
+    for (auto& memory : in) {
+      memory.resize(size);
+      for (double& x : memory) {
+        const float pair[] = {float(draw(generator)), float(draw(generator))};
         if (f.is_double())
-          reinterpret_cast<double*>(p.get())[i] = draw(generator);
+          x = draw(generator);
         else
-          reinterpret_cast<float*>(p.get())[i] = float(draw(generator));
+          std::memcpy(&x, pair, sizeof x);
+      }
+    }
   }
   // n elements from element `first` on.
-  arguments at(int n, std::size_t first) const {
+  arguments at(int n, std::size_t first) {
     const std::size_t offset = first * std::size_t(increment) * f.how->in_size;
-    return {n,
-            {in[0].get() + offset, in[1].get() + offset},
-            {out[0].get(), out[1].get()},
-            {increment, increment},
-            {increment, increment}};
-  }
-
- private:
-  static std::size_t bytes(const function& f) {
-    return std::max(f.how->in_size, f.how->out_size) * elements * blocks * (f.strided ? 2 : 1);
-  }
-  static std::unique_ptr<char, decltype(&std::free)> block(const function& f) {
-    char* p = static_cast<char*>(std::aligned_alloc(64, bytes(f)));
-    std::memset(p, 0, bytes(f));
-    return {p, std::free};
+    arguments c{n};
+    for (int k = 0; k < 2; k++) {
+      c.in[k] = reinterpret_cast<const char*>(in[k].data()) + offset, c.inc_in[k] = increment;
+      c.out[k] = out[k].data(), c.inc_out[k] = increment;
+    }
+    return c;
   }
 };
 
@@ -139,15 +134,15 @@ template <class Run> void add(const std::string& name, std::shared_ptr<arrays> d
     for (std::size_t i = 0; i < places; i++) calls.push_back(data->at(n, i * std::size_t(n)));
     std::size_t i = 0;
     for (auto _ : state) {
-      run(calls[i++ % places]);
+      run(calls[i++ & (places - 1)]);
       benchmark::ClobberMemory();
     }
   });
 }
 
 struct figure {
-  double ns, spread;
-};  // an element; spread: between the quartiles, relative
+  double ns, spread;  // an element; between the quartiles, relative
+};
 
 // Collects the repetitions of every benchmark.
 struct collector : benchmark::BenchmarkReporter {

@@ -33,9 +33,7 @@ using namespace arko::test;
 enum level { la, ha, ep };
 constexpr const char* level_name[] = {"LA", "HA", "EP"};
 
-template <class E> struct name_of;
-template <> struct name_of<float> { static constexpr const char* type = "single"; };
-template <> struct name_of<double> { static constexpr const char* type = "double"; };
+template <class E> constexpr const char* type_name = sizeof(E) == 4 ? "single" : "double";
 
 // ---- Limits
 
@@ -198,7 +196,7 @@ void measure_part(const pass<E>& p, const std::vector<kernel<E>>& kernels, unsig
   arko_zur_kernel_SetMode(ZUR_ERRMODE_IGNORE);
   for (std::uint64_t first = which * block; first < p.count; first += of * block) {
     if (progress && first % (1 << 28) == 0)
-      std::fprintf(stderr, "%s %s: %2.0f %%\r", kernels[0].of.root, name_of<E>::type,
+      std::fprintf(stderr, "%s %s: %2.0f %%\r", kernels[0].of.root, type_name<E>,
                    100 * double(first) / double(p.count));
     const int n = int(std::min<std::uint64_t>(block, p.count - first));
     wanted.clear();
@@ -247,16 +245,11 @@ template <class E> bool confirmed(const kernel<E>& k, const meter<E>& m) {
   const double again = in_ulps(a->out[0], precise(k.of.meant, m.where, scratch));
   if (again == m.largest || std::fabs(again - m.largest) <= 1e-6 * m.largest) return true;
   std::fprintf(stderr, "%s %s at %a: error %.9g ulp by the reference, %.9g by MPFR\n", k.of.root,
-               name_of<E>::type, double(m.where), m.largest, again);
+               type_name<E>, double(m.where), m.largest, again);
   return false;
 }
 
 // ---- The table
-
-constexpr const char* heading =
-    "| function | type | kernel | level | largest ulp | mean ulp | largest at | relative | limit | arguments "
-    "|\n"
-    "| --- | --- | --- | --- | ---: | ---: | --- | ---: | ---: | --- |\n";
 
 template <class... A> std::string text(const char* format, A... a) {
   char buffer[200];
@@ -266,9 +259,7 @@ template <class... A> std::string text(const char* format, A... a) {
 
 std::string power_of_two(double error) { return error == 0 ? "0" : text("2^%.2f", std::log2(error)); }
 
-template <class E> std::string row_start(const char* root) {
-  return text("| %s | %s |", root, name_of<E>::type);
-}
+template <class E> std::string row_start(const char* root) { return text("| %s | %s |", root, type_name<E>); }
 
 template <class E> std::string row(const kernel<E>& k, const meter<E>& m, const options& o) {
   std::string levels, limit, relative;
@@ -300,7 +291,7 @@ template <class E> std::string rows(const function<E>& f, const options& o, int&
     for (level l : kernels[k].levels)
       if (!kernels[k].limit().met(l, meters[k].largest, meters[k].relative)) {
         std::fprintf(stderr, "%s %s %s %s: %.7g ulp at %a, relative %s at %a: beyond the limit\n", f.root,
-                     name_of<E>::type, kernels[k].twin ? "twin" : "unit", level_name[l], meters[k].largest,
+                     type_name<E>, kernels[k].twin ? "twin" : "unit", level_name[l], meters[k].largest,
                      double(meters[k].where), power_of_two(meters[k].relative).c_str(),
                      double(meters[k].relative_where));
         exit_code = std::max(exit_code, 1);
@@ -309,29 +300,27 @@ template <class E> std::string rows(const function<E>& f, const options& o, int&
   return result;
 }
 
-const char* preamble() {
-  return "# Accuracy\n\n"
-         "Written by the program `accuracy` (tests/accuracy): the largest and the mean error of every "
-         "kernel, in\n"
-         "units in the last place of the exact result. Among denormal results the unit is the smallest "
-         "denormal\n"
-         "number; an infinite result counts as the power of two after the largest finite number. The mean is "
-         "over\n"
-         "arguments spread evenly where results are ordinary. Relative errors, given for EP, are against "
-         "the\n"
-         "smallest normal number where results are smaller. The limits are those that the tests hold\n"
-         "(vector/limits.def). *unit* are the kernels of unit stride, *twin* the strided ones; levels that "
-         "share a\n"
-         "kernel share a row.\n\n"
-         "Double kernels are measured against MPFR at 160 bits over random bit patterns, evenly over the\n"
-         "function's interval, at and around thresholds and hard cases, and at the boundaries of table rows. "
-         "Single\n"
-         "kernels are measured against the C library's double function over all bit patterns (`all 2^32`) or "
-         "every\n"
-         "251st, and besides like double ones; the worst of each kernel is measured again against MPFR.\n\n"
-         "Rewritten by `accuracy --exhaustive docs/accuracy.md`; `--only=ROOT` replaces the rows of one "
-         "function.\n\n";
-}
+constexpr char preamble[] = R"(# Accuracy
+
+Written by the program `accuracy` (tests/accuracy): the largest and the mean error of every kernel, in units in
+the last place of the exact result. Among denormal results the unit is the smallest denormal number; an infinite
+result counts as the power of two after the largest finite number. The mean is over arguments spread evenly
+where results are ordinary. Relative errors, given for EP, are against the smallest normal number where results
+are smaller. The limits are those that the tests hold (vector/limits.def). *unit* are the kernels of unit stride,
+*twin* the strided ones; levels that share a kernel share a row.
+
+Double kernels are measured against MPFR at 160 bits over random bit patterns, evenly over the function's
+interval, at and around thresholds and hard cases, and at the boundaries of table rows. Single kernels are
+measured against the C library's double function over all bit patterns (`all 2^32`) or every 251st, and besides
+like double ones; the worst of each kernel is measured again against MPFR.
+
+`accuracy --exhaustive docs/accuracy.md` writes this page anew; with `--only=ROOT` only the rows of one function.
+
+)";
+constexpr const char* heading =
+    "| function | type | kernel | level | largest ulp | mean ulp | largest at | relative | limit | visited "
+    "|\n"
+    "| --- | --- | --- | --- | ---: | ---: | --- | ---: | ---: | --- |\n";
 
 // Rows of functions that are not run, from the file as it is.
 std::map<std::string, std::string> kept_rows(const std::string& path) {
@@ -345,17 +334,15 @@ std::map<std::string, std::string> kept_rows(const std::string& path) {
 
 // ---- From the one list
 
-#define FUNCTION_unary(type, root, twin)                                                   \
-  function<ZUR_ELEMENT_##type> {                                                           \
-#root, arko_zur_kernel_##type##root##_ttab, TWIN_##twin(type, root), references::root, \
-        limits_of_##type##root                                                             \
-  }
+#define FUNCTION_unary(type, root, twin)                                                                  \
+  visit(function<ZUR_ELEMENT_##type>{#root, arko_zur_kernel_##type##root##_ttab, TWIN_##twin(type, root), \
+                                     references::root, limits_of_##type##root});
 #define TWIN_none(type, root) nullptr
 #define TWIN_I(type, root) arko_zur_kernel_##type##root##I_ttab
 #define TWIN__(type, root) arko_zur_kernel_##type##root##I_ttab
 
 template <class Visit> void for_each_function(Visit visit) {
-#define KERNELS(type, root, form, sharing, twin, ...) visit(FUNCTION_##form(type, root, twin));
+#define KERNELS(type, root, form, sharing, twin, ...) FUNCTION_##form(type, root, twin)
 #include "vector/functions.def"
 }
 
@@ -383,7 +370,7 @@ int main(int argc, char** argv) {
 
   auto kept = kept_rows(path);
   std::ostringstream table;
-  table << preamble() << "Kernels, reference program: " << (sizeof(void*) == 8 ? "64" : "32") << " bits, "
+  table << preamble << "Kernels, reference program: " << (sizeof(void*) == 8 ? "64" : "32") << " bits, "
 #ifdef __clang__
         << "clang " __clang_version__
 #else

@@ -44,7 +44,8 @@ inline const reference Abs{
 };
 
 // The finest table has 1024 rows a binade. The points: zero and one, where single and double results leave
-// the normal numbers, become infinite and become zero, and three arguments whose e^x all but is a double.
+// the normal numbers, where the last table rows scale beyond them (64 and 128 rows), where results become
+// infinite and zero, and three arguments whose e^x all but is a double.
 inline const reference Exp{
     .precise = mpfr_exp,
     .quick = std::exp,
@@ -52,7 +53,7 @@ inline const reference Exp{
     .full = {-745.2, 709.8},
     .grid = 0x1.62e42fefa39efp-1 / 2048,
     .points = {0, 0x1p-126, 1, -1, 87.3365, -87.3365, 88.7228, -103.27894, -103.972084, 708.396, -708.396,
-               709.78, 709.78000528721, 709.7827128933841, -745.1332191019412, 0x1.83d4bcdebb3f4p+2,
+               709.77729770, 709.78000528721, 709.7827128933841, -745.1332191019412, 0x1.83d4bcdebb3f4p+2,
                -0x1.22e24fa3d5cf9p-1, 0x1.273c188aa7b14p+2},
 };
 

@@ -8,7 +8,7 @@ template <class T> struct abs_base : usual_kernel {
   using function = fn::Abs<T>;
   using type = T;
   static constexpr level slot = la;
-  static constexpr int block = 32 / sizeof(T);
+  static constexpr int block = 64 / sizeof(T);
   static constexpr T filler = T(0.75);
 };
 
