@@ -202,8 +202,8 @@ template <level L, class D> struct double_exp : usual_kernel {
     if (x <= -745.1332191019412) return r = fp::square(0x1p-1022), ZUR_STATUS_UNDERFLOW;
     if (x < -708.3964185322641) return r = evaluate(all(x), 1022)[0] * 0x1p-1022, ZUR_STATUS_UNDERFLOW;
     if (x >= overflow) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
-    if (x >= 709.78000528721) return r = 2 * evaluate(all(x), -1)[0], ZUR_STATUS_OK;
-    return r = evaluate(all(x), 0)[0], ZUR_STATUS_OK;
+    return r = 2 * evaluate(all(x), -1)[0],
+           ZUR_STATUS_OK;  // 2^1024 leaves the exponent field before e^x does
   }
 };
 
