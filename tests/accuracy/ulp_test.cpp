@@ -74,17 +74,21 @@ TEST(Ulp, MpfrValuesKeepTheirRest) {
 
 TEST(Ulp, MeterKeepsTheWorstAndTheMean) {
   arko::test::meter<float> a, b;
-  a.add(1, 0.25, true);
-  a.add(2, 3, false);
-  b.add(3, 0.75, true);
-  b.add_relative(3, 0.125);
+  const exact<float> one(1.0), small(-0x1p-127);
+  a.add(1, 0.25, one, true);
+  a.add(2, 3, one, false);
+  b.add(3, 0.75, one, true);
+  b.add(4, 7, small, false);
+  b.relative.add(3, 0.125);
   a.merge(b);
-  EXPECT_EQ(a.largest, 3);
-  EXPECT_EQ(a.where, 2);
+  EXPECT_EQ(a.normal.error, 3);
+  EXPECT_EQ(a.normal.where, 2);
+  EXPECT_EQ(a.tiny.error, 7);
+  EXPECT_EQ(a.tiny.where, 4);
   EXPECT_EQ(a.mean(), 0.5);
-  EXPECT_EQ(a.samples, 3u);
-  EXPECT_EQ(a.relative, 0.125);
-  EXPECT_EQ(a.relative_where, 3);
+  EXPECT_EQ(a.samples, 4u);
+  EXPECT_EQ(a.relative.error, 0.125);
+  EXPECT_EQ(a.relative.where, 3);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Errors of results in ulp and as relative errors, and a meter that keeps the largest.
+// Errors of results, in ulp and relative, and a meter that keeps the largest.
 //
 // The ulp is the spacing of E in the binade of the exact value; among denormal values and at zero it is the
 // smallest denormal number. An infinite result counts as the power of two after the largest finite number,
@@ -59,23 +59,30 @@ template <class E> double in_relative(E y, const exact<E>& x, double floor) {
   return y != y && x.value != x.value ? 0 : HUGE_VAL;
 }
 
-// The largest and the mean of errors.
+// An error and the argument where it is.
+template <class E> struct worst {
+  double error = 0;
+  E where{};
+  void add(E argument, double e) {
+    if (e > error) error = e, where = argument;
+  }
+};
+
+// The largest errors, those of results below the normal numbers apart, and the mean.
 template <class E> struct meter {
-  double largest = 0, relative = 0, sum = 0;
-  E where{}, relative_where{};
+  worst<E> normal, tiny, relative;
+  double sum = 0;
   std::uint64_t averaged = 0, samples = 0;
 
-  void add(E argument, double ulps, bool in_mean) {
+  void add(E argument, double ulps, const exact<E>& x, bool in_mean) {
+    (std::fabs(x.value) < std::numeric_limits<E>::min() ? tiny : normal).add(argument, ulps);
     samples++;
-    if (ulps > largest) largest = ulps, where = argument;
     if (in_mean) sum += ulps, averaged++;
   }
-  void add_relative(E argument, double error) {
-    if (error > relative) relative = error, relative_where = argument;
-  }
   void merge(const meter& other) {
-    if (other.largest > largest) largest = other.largest, where = other.where;
-    if (other.relative > relative) relative = other.relative, relative_where = other.relative_where;
+    normal.add(other.normal.where, other.normal.error);
+    tiny.add(other.tiny.where, other.tiny.error);
+    relative.add(other.relative.where, other.relative.error);
     sum += other.sum, averaged += other.averaged, samples += other.samples;
   }
   double mean() const { return averaged ? sum / double(averaged) : 0; }
