@@ -13,9 +13,7 @@
 #include "tests/support/registry.h"
 #include "tests/support/samples.h"
 
-namespace {
-
-using namespace arko::test;
+namespace arko::test {
 
 // Kernel tables by function: zur::v32::sExp_table is the symbol zur_sExp_table_v32.
 #define TWIN_none(macro, F)
@@ -26,6 +24,12 @@ using namespace arko::test;
   extern const entry F##_v64[3] asm("zur_" #F "_table_v64");
 #define KERNELS(type, root, form, sharing, twin, ...) SYMBOLS(type##root) TWIN_##twin(SYMBOLS, type##root)
 #include "vector/functions.def"
+
+}  // namespace arko::test
+
+namespace {
+
+using namespace arko::test;
 
 #define ROW(F) {#F, {F##_v32, F##_v64}},
 const std::map<std::string, std::array<const entry*, 2>> wide = {
