@@ -20,4 +20,4 @@ class private_heap {
   link blocks_;  // ring through all live blocks
 };
 
-}  // namespace gnu::visibility("hidden")]]zur
+}  // namespace zur

@@ -36,4 +36,4 @@ void restore_mode(std::uint32_t word);
 inline constexpr std::uint64_t bad_options = ~std::uint64_t{0};
 std::uint64_t parse_options(const char* text);
 
-}  // namespace gnu::visibility("hidden")]]zur
+}  // namespace zur

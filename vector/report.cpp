@@ -121,8 +121,9 @@ template <class T> void write(complex<T>& x, double re, double im) {
   x = {static_cast<T>(re), static_cast<T>(im)};
 }
 
-template <class E> void report(std::int32_t status, std::int32_t index, operand<const E> a,
-                               operand<const E> b, operand<E> r1, operand<E> r2, const char* function) {
+template <class E>
+void report(std::int32_t status, std::int32_t index, operand<const E> a, operand<const E> b, operand<E> r1,
+            operand<E> r2, const char* function) {
   const std::uint32_t mode = zur::mode();
   const std::uint32_t byte = mode & ZUR_ERRMODE_MASK;
   if (byte == ZUR_ERRMODE_NOERR) return;

@@ -25,4 +25,4 @@ ZUR_REPORTER(complex<float>, ZurReportC)
 ZUR_REPORTER(complex<double>, ZurReportZ)
 #undef ZUR_REPORTER
 
-}  // namespace gnu::visibility("hidden")]]zur
+}  // namespace zur

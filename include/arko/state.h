@@ -27,7 +27,8 @@ extern "C" {
 #define ZUR_EP 0x00000003u /* enhanced performance: about half the bits of the type */
 #define ZUR_ACCURACY_MASK 0x0000000Fu
 
-/* Precision consistency, 0x00000030: set by the environment variable only, held for the caller, not acted on. */
+/* Precision consistency, 0x00000030: set by the environment variable only, held for the caller, not acted on.
+ */
 #define ZUR_DEFAULT_PRECISION 0x00000000u
 #define ZUR_FLOAT_CONSISTENT 0x00000010u
 #define ZUR_DOUBLE_CONSISTEN 0x00000020u
@@ -83,35 +84,37 @@ struct ZurErrorContext {
 };
 
 /*
- * A callback runs on the kernel's thread, inside the kernel, with floating-point exceptions masked. Returning 0
- * stores Res1 and Res2 of the record as the element's results and lets errno, printing and exception follow;
- * any other value ends the report and drops changes to the record.
+ * A callback runs on the kernel's thread, inside the kernel, with floating-point exceptions masked. Returning
+ * 0 stores Res1 and Res2 of the record as the element's results and lets errno, printing and exception
+ * follow; any other value ends the report and drops changes to the record.
  */
-typedef int32_t (*ZurErrorCallBack)(struct ZurErrorContext *);
+typedef int32_t (*ZurErrorCallBack)(struct ZurErrorContext*);
 
 /* Processor tier of this module: 5, SSE through SSSE3. */
 int32_t dll_cpu_version(void);
 
-/* Slot of a kernel table for the thread's accuracy: 0 LA, 1 HA, 2 EP. The second form reads the given word. */
+/* Slot of a kernel table for the thread's accuracy: 0 LA, 1 HA, 2 EP. The second form reads the given word.
+ */
 int32_t arko_zur_kernel_GetTTableIndex(void);
 int32_t arko_zur_kernel_GetTTableIndexM(uint32_t ignored, uint32_t mode);
 
 /*
- * The mode word. The first read on a thread takes it from the environment variable ARKO_ZURMODE: keywords such
- * as ZUR_EP,ZUR_ERRMODE_NOERR joined by commas without blanks; anything else, and a text of 256 characters or
- * more, counts as absent. The default is ZUR_HA | ZUR_ERRMODE_DEFAULT.
+ * The mode word. The first read on a thread takes it from the environment variable ARKO_ZURMODE: keywords
+ * such as ZUR_EP,ZUR_ERRMODE_NOERR joined by commas without blanks; anything else, and a text of 256
+ * characters or more, counts as absent. The default is ZUR_HA | ZUR_ERRMODE_DEFAULT.
  */
 uint32_t arko_zur_kernel_GetMode(void);
 uint32_t _zurGetMode(void);
 
 /*
- * Replaces every field of the mode word that is not 0 in `newmode` and returns the word before. A field cannot
- * be set back to 0; the precision field cannot be set.
+ * Replaces every field of the mode word that is not 0 in `newmode` and returns the word before. A field
+ * cannot be set back to 0; the precision field cannot be set.
  */
 uint32_t arko_zur_kernel_SetMode(uint32_t newmode);
 uint32_t _zurSetMode(uint32_t newmode);
 
-/* The status of the last exceptional element. Set and Clear return the one before; success does not clear it. */
+/* The status of the last exceptional element. Set and Clear return the one before; success does not clear it.
+ */
 int32_t arko_zur_kernel_GetErrStatus(void);
 int32_t _zurGetErrStatus(void);
 int32_t arko_zur_kernel_SetErrStatus(int32_t status);
@@ -120,8 +123,8 @@ int32_t arko_zur_kernel_ClearErrStatus(void);
 int32_t _zurClearErrStatus(void);
 
 /*
- * The error callback, or null. Set and Clear return the one before; setting one switches ZUR_ERRMODE_CALLBACK on
- * in the mode word, clearing switches it off unless it is the only bit of the error mode.
+ * The error callback, or null. Set and Clear return the one before; setting one switches ZUR_ERRMODE_CALLBACK
+ * on in the mode word, clearing switches it off unless it is the only bit of the error mode.
  */
 ZurErrorCallBack arko_zur_kernel_GetErrorCallBack(void);
 ZurErrorCallBack _zurGetErrorCallBack(void);
@@ -134,8 +137,8 @@ ZurErrorCallBack _zurClearErrorCallBack(void);
  * Start of the whole input vector of which kernels are handed pieces: reports then count elements from there.
  * Null, the default, counts from the kernel's own first element. Returns `p`.
  */
-void *arko_zur_kernel_SetInterfInputVectorPointer(void *p);
-void *_zurSetInterfInputVectorPointer(void *p);
+void* arko_zur_kernel_SetInterfInputVectorPointer(void* p);
+void* _zurSetInterfInputVectorPointer(void* p);
 
 #ifdef __cplusplus
 }

@@ -3,9 +3,9 @@
 #include <stdio.h>
 #include <string.h>
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  void *library = dlopen(argv[1], RTLD_NOW);
+  void* library = dlopen(argv[1], RTLD_NOW);
   if (library == NULL) return 1;
   if (strcmp(argv[2], "unload") == 0) {
     dlclose(library);
