@@ -31,6 +31,12 @@ template <class T> ZUR_INLINE T square(T x) {
   return x * x;
 }
 
+// a / b at run time, so that the flag of a pole (-1 / 0) or of an invalid operation (0 / 0) is raised.
+template <class T> ZUR_INLINE T divide(T a, T b) {
+  asm volatile("" : "+x"(a), "+x"(b));
+  return a / b;
+}
+
 }  // namespace fp
 
 // The x87 control word: exceptions masked, and with `wanted` not 0 its precision and rounding fixed too

@@ -1,0 +1,63 @@
+// What the logarithms share: range reductions, the test for special arguments and their routine.
+#pragma once
+#include "vector/walk.h"
+
+namespace zur::inline ZUR_WIDTH { namespace {
+#include "log_tables.inc"
+
+// Lanes that hold no positive normal number: zero, denormal, negative, infinity or NaN.
+template <class T> ZUR_INLINE flags<T> not_positive_normal(vec<T> x) {
+  constexpr std::uint32_t least = sizeof(T) == 4 ? 0x00800000 : 0x00100000;  // of double, the upper word
+  const words w = as<words>(as<pattern<float>>(x) + least);  // of infinity and NaN it is negative too
+#if defined(__AVX512DQ__)
+  if constexpr (sizeof(T) == 4) return _mm512_cmplt_epi32_mask((__m512i)w, _mm512_set1_epi32(2 * least));
+#endif
+  return where<T>(as<ints<T>>(w < static_cast<std::int32_t>(2 * least)));
+}
+
+// The routine of all kernels: `log` gives the logarithm of a positive argument, denormal or not.
+template <class T, class F> int special_log(T x, T& r, F log) {
+  if (x != x || x == static_cast<T>(__builtin_inf())) return r = x * x, ZUR_STATUS_OK;
+  if (x == 0) return r = fp::divide(T(-1), T(0)), ZUR_STATUS_SINGULARITY;
+  if (x < 0) return r = fp::divide(T(0), T(0)), ZUR_STATUS_DOMAIN;
+  return r = log(x), ZUR_STATUS_OK;
+}
+
+// Single: x = 2^k (1 + f), 1 + f in [2/3, 4/3), for positive normal x.
+struct log_split {
+  vec<float> f;      // exact
+  pattern<float> e;  // k << 23: the pattern of 1.0 less e is that of 2^-k
+
+  // k 2^23, exact: constants that it is multiplied by are scaled by 2^-23.
+  ZUR_INLINE vec<float> k() const { return __builtin_convertvector(as<words>(e), vec<float>); }
+};
+ZUR_INLINE log_split split_log(vec<float> x) {
+  const auto p = as<pattern<float>>(x);
+  const auto e = (p - 0x3F2AAAABu) & 0xFF800000u;
+  return {as<vec<float>>(p - e) - 1.0f, e};
+}
+
+// Double: x = 2^k m, m in about [3/4, 3/2), and the row of m in a table of 2^bits rows, of which the middle
+// one stands for 1: k and the row's logarithm are both 0 near 1. For positive normal x.
+struct log_row {
+  vec<double> k, m;
+  ints<double> j;
+};
+template <int bits> ZUR_INLINE log_row log_rows(vec<double> x) {
+  constexpr std::uint64_t one = 0x3FF0000000000000, fraction = 0x000FFFFFFFFFFFFF;
+  constexpr std::uint64_t least =
+      one - (std::uint64_t{1} << 51) - (std::uint64_t{1} << (51 - bits));  // the least m
+  const pattern<double> t = as<pattern<double>>(x) + (one - least), f = t & fraction;
+  const vec<double> k = as<vec<double>>((t >> 52) | 0x4330000000000000) - (0x1p52 + 1023);
+  return {k, as<vec<double>>(f + least), as<ints<double>>(f >> (52 - bits))};
+}
+
+// m rcp - 1 without rounding, where rcp has few bits: m in a high and a low part, of which the low word is
+// cleared in the high one.
+ZUR_INLINE vec<double> reduced(vec<double> m, vec<double> rcp) {
+  const vec<double> hi = as<vec<double>>(as<pattern<double>>(m) & 0xFFFFFFFF00000000), lo = m - hi;
+  return (hi * rcp - 1.0) + lo * rcp;
+}
+
+}  // namespace
+}  // namespace zur::inline ZUR_WIDTH
