@@ -40,6 +40,16 @@ std::string between(const std::string& line, char open, char close) {
   return line.substr(first, line.find(close, first) - first);
 }
 
+// Names of the first that the second has not.
+names without(names first, const names& second) {
+  std::erase_if(first, [&](const std::string& name) { return second.contains(name); });
+  return first;
+}
+void expect_same(const names& found, const names& expected) {
+  EXPECT_EQ(without(found, expected), names());
+  EXPECT_EQ(without(expected, found), names());
+}
+
 // data/exports.txt: names by group.
 std::map<std::string, names> listed() {
   std::map<std::string, names> groups;
@@ -65,7 +75,7 @@ std::map<std::string, symbol> exported() {
     std::string address, name;
     char kind;
     fields >> address >> kind >> name;
-    symbols[name] = {address, kind};
+    if (!name.starts_with("__odr_asan.")) symbols[name] = {address, kind};
   }
   return symbols;
 }
@@ -110,9 +120,9 @@ TEST(list, names_every_function_once) {
   auto groups = listed();
   EXPECT_EQ(list().size(), 440u);
   EXPECT_EQ(entries.size(), 1760u);
-  EXPECT_EQ(entries, groups["vector entries"]);
-  EXPECT_EQ(tables, groups["kernel tables"]);
-  EXPECT_EQ(costs, groups["cost tables"]);
+  expect_same(entries, groups["vector entries"]);
+  expect_same(tables, groups["kernel tables"]);
+  expect_same(costs, groups["cost tables"]);
 }
 
 TEST(list, tells_which_levels_share_a_kernel) {
@@ -156,7 +166,7 @@ TEST(module, exports_what_it_has_and_nothing_else) {
     EXPECT_EQ(symbol.kind == 'D' || symbol.kind == 'R', data_names.contains(name))
         << name << ' ' << symbol.kind;
   }
-  EXPECT_EQ(found, expected);
+  expect_same(found, expected);
   for (const function& f : functions())
     EXPECT_EQ(symbols.at("_zur" + f.name).address, symbols.at("_zur" + f.name + "_HA").address) << f.name;
 }
