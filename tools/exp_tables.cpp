@@ -33,7 +33,7 @@ template <class U, class T> U pattern(T x) {
 void scales(std::FILE* out, const char* name, int rows, bool single) {
   const int step = (single ? 23 : 52) - std::bit_width(static_cast<unsigned>(rows) - 1);
   std::fprintf(out, "// The pattern of 2^(j/%d), less j << %d.\n", rows, step);
-  std::fprintf(out, "alignas(64) constexpr std::int%d_t %s[%d] = {\n", single ? 32 : 64, name, rows);
+  std::fprintf(out, "alignas(64) constexpr std::uint%d_t %s[%d] = {\n", single ? 32 : 64, name, rows);
   for (std::uint64_t j = 0; j < static_cast<std::uint64_t>(rows); j++) {
     const power p(static_cast<int>(j), rows);
     const std::uint64_t bits = single ? pattern<std::uint32_t>(mpfr_get_flt(p.value, MPFR_RNDN))

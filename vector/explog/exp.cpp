@@ -36,7 +36,7 @@ struct single_exp : usual_kernel {
     const double p =
         horner(f, 1.0, 0.69314718070453196, 0.2402265106656109, 0.055504103659921082, 0.0096180381320589425,
                0.0013333935055016863, 0.00015466756318202989, 1.5196156671869054e-05);
-    const auto bits = __builtin_bit_cast(std::int64_t, p) + (__builtin_bit_cast(std::int64_t, s) << 52);
+    const auto bits = __builtin_bit_cast(std::uint64_t, p) + (__builtin_bit_cast(std::uint64_t, s) << 52);
     return static_cast<float>(__builtin_bit_cast(double, bits));
   }
 };
@@ -53,14 +53,16 @@ template <level L> struct single_table : single_exp {
     constexpr float ln2_hi = 0.00541687012f, ln2_lo = -1.65776908e-06f;
     const vec<float> t = x * rows_log2e + shift, n = t - shift;
     const vec<float> r = (x - n * ln2_hi) - n * ln2_lo;
-    const words s = as<words>(t), j = s & 127, m = (s >> 7) + raise;
+    const auto s = as<pattern<float>>(t);
+    const auto j = as<ints<float>>(s & 127);
     if constexpr (L == la) {
-      const vec<float> e = as<vec<float>>((s << 16) + lookup<float>(TExpM128, j) + (raise << 23));
+      const vec<float> e =
+          as<vec<float>>((s << 16) + lookup<float>(TExpM128, j) + (static_cast<unsigned>(raise) << 23));
       return e + e * (horner(r, 1.00000095f, 0.500001311f) * r);
     } else {
       const auto [hi, lo] = lookup_pair(TExpS128, j);
       const vec<float> q = r + (lo + horner(r, 9.15804549e-07f, 0.5f) * r);
-      return (q * hi + hi) * as<vec<float>>((m + 127) << 23);
+      return (q * hi + hi) * as<vec<float>>(((s >> 7) + (127 + raise)) << 23);
     }
   }
 
@@ -98,7 +100,7 @@ struct single_ep : single_masked {
     constexpr float log2e = 1.44269502f, shift = 0x1.8p23f;
     const vec<float> t = x * log2e, s = t + shift, f = t - (s - shift);
     const vec<float> p = horner(f, 1.0f, 0.693282962f, 0.242210954f, 0.0550087541f);
-    return {{as<vec<float>>(as<words>(p) + (as<words>(s) << 23))}, test(x)};
+    return {{as<vec<float>>(as<pattern<float>>(p) + (as<pattern<float>>(s) << 23))}, test(x)};
   }
 };
 
@@ -113,7 +115,7 @@ struct single_twin_la : single_masked {
     const vec<float> r = (x - n * ln2_hi) - n * ln2_lo;
     const vec<float> p =
         horner(r, 1.0f, 0.999999464f, 0.499991447f, 0.166681796f, 0.0418985151f, 0.00826194603f);
-    return {{as<vec<float>>(as<words>(p) + (as<words>(s) << 23))}, test(x)};
+    return {{as<vec<float>>(as<pattern<float>>(p) + (as<pattern<float>>(s) << 23))}, test(x)};
   }
 };
 
@@ -182,10 +184,11 @@ template <level L, class D> struct double_exp : usual_kernel {
     const vec<double> t = x * D::rows_log2e + shift, n = t - shift;
     vec<double> r = x - n * D::ln2_hi;
     if constexpr (D::ln2_lo != 0) r = r - n * D::ln2_lo;
-    const auto s = as<ints<double>>(t), j = s & ((1 << D::bits) - 1);
+    const auto s = as<pattern<double>>(t);
+    const auto j = as<ints<double>>(s & ((1 << D::bits) - 1));
     const vec<double> p = D::polynomial(r);
     if constexpr (requires { D::scales; }) {
-      const auto raised = static_cast<std::int64_t>(raise) << 52;
+      const auto raised = static_cast<std::uint64_t>(raise) << 52;
       const auto e = as<vec<double>>((s << (52 - D::bits)) + lookup<double>(D::scales, j) + raised);
       return e + e * p;
     } else {
