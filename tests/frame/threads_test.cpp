@@ -63,7 +63,7 @@ TEST(threads, start_with_defaults_and_keep_their_own_state) {
 }
 
 TEST(threads, make_slot_and_heap_once_between_them) {
-  for (int round = 0; round < 20; round++) {
+  for (int round = 0; round < 300; round++) {
     const std::int64_t before = arko_core_live_blocks();
     arko_core_fail_allocation(1);  // the heap, at load
     std::unique_ptr<module> loaded;
