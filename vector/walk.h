@@ -13,13 +13,11 @@
 // and, where they differ from the usual:
 //
 //   using environment = usual_environment<>;  see environment.h
-//   static constexpr bool screened = false;   true: elements go out in order as the lanes are served, so that
-//   a
-//                                             callback sees every element before its own in the output array
+//   static constexpr bool screened = false;   true: elements go out in order as lanes are served, so that a
+//                                             callback sees all before its own in the output array
 //   static constexpr int inputs = 1, outputs = 1;
-//   static constexpr T overflow, underflow;   arguments from which on the result is infinity or zero: the
-//   lanes
-//                                             that need no routine where the error mode is NOERR
+//   static constexpr T overflow, underflow;   from these arguments on the result is infinity or zero, and a
+//                                             lane needs no routine where the error mode is NOERR
 //
 // A kernel whose `fast` flags nothing needs no routine. Scalars that come by value are members of K.
 #pragma once

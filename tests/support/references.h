@@ -2,15 +2,12 @@
 //
 //   precise   the function in MPFR: results of double kernels, and the worst results of single ones
 //   quick     the function in double, its error below 1 ulp: results of single kernels
-//   single, full  where single and double results are ordinary: arguments are drawn evenly from there, and
-//   the
-//             mean error is the mean over these
+//   single, full  where single and double results are ordinary: arguments are drawn evenly from there,
+//             and the mean error is the mean over these
 //   grid      multiples of it are visited: half the distance of table rows, so that boundaries between rows
-//   and
-//             the rows themselves are among them; 0 for none
+//             and the rows themselves are among them; 0 for none
 //   points    thresholds and hard cases; the arguments beside them are visited one by one and, farther off,
-//   at
-//             distances of every magnitude
+//             at distances of every magnitude
 //   floor     relative errors are measured to at least this, for a function with zeros away from the origin
 #pragma once
 #include <mpfr.h>
