@@ -6,8 +6,8 @@
 // (docs/accuracy.md):
 //
 //            LA     HA     EP                 LA twin   HA twin
-//   single   1.20   0.53   2^-13.2 relative   2.18      0.53
-//   double   1.65   0.53   2^-28.1 relative   1.83      0.53
+//   single   1.27   0.54   2^-13.2 relative   2.19      0.54
+//   double   1.85   0.53   2^-28.1 relative   1.92      0.53
 //
 // and up to 1 ulp of the smallest denormal where single LA and HA give zero early (from -103.27894 down).
 // Coefficients that the comments call fitted are those of tools/fit_exp.cpp.
