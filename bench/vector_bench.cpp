@@ -50,6 +50,7 @@ struct drawn {
 constexpr drawn intervals[] = {
     {"Abs", {-1000, 1000}, {-1000, 1000}},
     {"Exp", {-80, 80}, {-700, 700}},
+    {"Logb", {-1000, 1000}, {-1000, 1000}},
 };
 
 // A function of one V, element by element or vector by vector.
@@ -89,6 +90,8 @@ constexpr peer peers[] = {
     {"dExp", "libmvec", 4, EACH(__m128d, _ZGVbN2v_exp)},
     {"dExp", "sleef u10 sse2", 1, EACH(__m128d, Sleef_expd2_u10sse2)},
     {"dExp", "sleef u10 sse4", 1, EACH(__m128d, Sleef_expd2_u10sse4)},
+    {"sLogb", "libm", 0, EACH(float, logbf)},
+    {"dLogb", "libm", 0, EACH(double, logb)},
 };
 
 // ---- Running

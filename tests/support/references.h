@@ -54,5 +54,19 @@ inline const reference Exp{
                0x1.83d4bcdebb3f4p+2, -0x1.22e24fa3d5cf9p-1, 0x1.273c188aa7b14p+2},
 };
 
+inline int floor_log2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
+  if (!mpfr_regular_p(x)) return mpfr_abs(r, x, rounding), mpfr_zero_p(x) ? mpfr_log(r, r, rounding) : 0;
+  return mpfr_set_si(r, mpfr_get_exp(x) - 1, rounding);
+}
+
+inline const reference Logb{
+    .precise = floor_log2,
+    .quick = std::logb,
+    .single = {-1e3, 1e3},
+    .full = {-1e3, 1e3},
+    .points = {0, 0x1p-1074, 0x1p-1073, 0x1p-1022, 0x1p-149, 0x1p-126, 0.5, 1, -1, 2, 0x1.fffffep127,
+               0x1.fffffffffffffp1023},
+};
+
 }  // namespace references
 }  // namespace arko::test
