@@ -74,17 +74,15 @@ void rows(std::FILE* out, const base& b, int bits, bool short_rcp) {
 }
 
 // Rows by an integer c from 2^(p - 1) to 2^p, a reciprocal times 2^p, the first row for 2^(p - 1): log(2^p /
-// c), less log 2 where that is nearer to zero.
+// c). So the first row is log 2 and the last 0.
 template <class E> void reciprocal_rows(std::FILE* out, const base& b, int p, int places) {
   const bool single = sizeof(E) == 4;
   const int last = 1 << p, first = last / 2;
-  std::fprintf(out, "// hi = log(%d / c), less log 2 for c^2 < 2^%d, to %d places; lo = what is left.\n",
-               last, 2 * p - 1, places);
+  std::fprintf(out, "// hi = log(%d / c) to %d places, c from %d; lo = what is left.\n", last, places, first);
   std::fprintf(out, "alignas(64) constexpr %s T%s%cC%d[%d][2] = {\n", single ? "float" : "double", b.name,
                single ? 'S' : 'D', p, first + 1);
   for (int c = first; c <= last; c++) {
-    const bool low = static_cast<long>(c) * c < 1L << (2 * p - 1);
-    const auto [hi, lo] = split(-b.log(ldexp(c, low ? 1 - p : -p)), places);
+    const auto [hi, lo] = split(-b.log(ldexp(c, -p)), places);
     std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", hi,
                  static_cast<double>(static_cast<E>(lo)));
   }
@@ -101,11 +99,13 @@ int main(int argc, char** argv) {
     print_log2(out, b);
     rows(out, b, 9, true);
     rows(out, b, 8, true);
-    reciprocal_rows<double>(out, b, 10, b.places);
-    reciprocal_rows<double>(out, b, 9, b.places);
   }
   rows(out, natural, 8, false);
+  reciprocal_rows<double>(out, natural, 10, natural.places);
+  reciprocal_rows<double>(out, binary, 10, binary.places);
+  reciprocal_rows<double>(out, binary, 9, binary.places);
   reciprocal_rows<float>(out, natural, 8, 16);
   reciprocal_rows<float>(out, binary, 7, 16);
+  reciprocal_rows<float>(out, decimal, 7, 17);
   return std::fclose(out) != 0;
 }
