@@ -63,10 +63,11 @@ template <class T> struct outcome {
   unsigned flags = 0;
 
   outcome(const kernel& k, T x) {
-    static thread_local std::string name;
+    static thread_local char
+        name[sizeof ZurErrorContext::FuncName];  // needs no initialisation on the new thread
     on_new_thread([&] {
       _zurSetErrorCallBack([](ZurErrorContext* c) {
-        name = c->FuncName;
+        std::strcpy(name, c->FuncName);
         return 0;
       });
       const arguments c{1, {&x}, {&result}, {2}, {2}};
