@@ -28,6 +28,8 @@
 extern "C" {
 __m128 _ZGVbN4v_expf(__m128);
 __m128d _ZGVbN2v_exp(__m128d);
+__m128 _ZGVbN4v_logf(__m128);
+__m128d _ZGVbN2v_log(__m128d);
 }
 
 namespace {
@@ -50,6 +52,7 @@ struct drawn {
 constexpr drawn intervals[] = {
     {"Abs", {-1000, 1000}, {-1000, 1000}},
     {"Exp", {-80, 80}, {-700, 700}},
+    {"Ln", {0, 1000}, {0, 1000}},
     {"Logb", {-1000, 1000}, {-1000, 1000}},
 };
 
@@ -90,6 +93,18 @@ constexpr peer peers[] = {
     {"dExp", "libmvec", 4, EACH(__m128d, _ZGVbN2v_exp)},
     {"dExp", "sleef u10 sse2", 1, EACH(__m128d, Sleef_expd2_u10sse2)},
     {"dExp", "sleef u10 sse4", 1, EACH(__m128d, Sleef_expd2_u10sse4)},
+    {"sLn", "libm", 1, EACH(float, logf)},
+    {"sLn", "libmvec", 4, EACH(__m128, _ZGVbN4v_logf)},
+    {"sLn", "sleef u35 sse2", 3.5, EACH(__m128, Sleef_logf4_u35sse2)},
+    {"sLn", "sleef u35 sse4", 3.5, EACH(__m128, Sleef_logf4_u35sse4)},
+    {"sLn", "sleef u10 sse2", 1, EACH(__m128, Sleef_logf4_u10sse2)},
+    {"sLn", "sleef u10 sse4", 1, EACH(__m128, Sleef_logf4_u10sse4)},
+    {"dLn", "libm", 1, EACH(double, log)},
+    {"dLn", "libmvec", 4, EACH(__m128d, _ZGVbN2v_log)},
+    {"dLn", "sleef u35 sse2", 3.5, EACH(__m128d, Sleef_logd2_u35sse2)},
+    {"dLn", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_logd2_u35sse4)},
+    {"dLn", "sleef u10 sse2", 1, EACH(__m128d, Sleef_logd2_u10sse2)},
+    {"dLn", "sleef u10 sse4", 1, EACH(__m128d, Sleef_logd2_u10sse4)},
     {"sLogb", "libm", 0, EACH(float, logbf)},
     {"dLogb", "libm", 0, EACH(double, logb)},
 };

@@ -5,7 +5,6 @@
 // zeros.
 #include <cstdio>
 #include <initializer_list>
-#include <string>
 
 #include "real.h"
 
@@ -55,22 +54,17 @@ double short_reciprocal(const real& m, const real& reach) {
 void rows(std::FILE* out, const base& b, int bits, bool short_rcp) {
   const int n = 1 << bits, half = n / 2;
   const char* suffix = short_rcp ? "" : "Full";
-  std::fprintf(out, "// rcp = about 1/m, hi = log(1/rcp) to %d places; and what is left of the logarithm.\n",
+  std::fprintf(out, "// rcp = about 1/m; log(1/rcp) to %d places and what is left of it; unused.\n",
                b.places);
-  std::fprintf(out, "alignas(64) constexpr double T%sD%d%s[%d][2] = {\n", b.name, n, suffix, n);
-  std::string left;
+  std::fprintf(out, "alignas(64) constexpr double T%sD%d%s[%d][4] = {\n", b.name, n, suffix, n);
   for (int j = 0; j < n; j++) {
     const real m = j < half ? ldexp(n + n / 2 + j, -bits - 1) : ldexp(n + j - half, -bits);
     const real reach = ldexp(1, j < half ? -bits - 2 : -bits - 1);
     const double rcp = short_rcp && j != half ? short_reciprocal(m, reach) : static_cast<double>(1 / m);
     const auto [hi, lo] = split(-b.log(rcp), b.places);
-    std::fprintf(out, "    {%a, %a},\n", rcp, hi);
-    char line[64];
-    std::snprintf(line, sizeof line, "    %a,\n", lo);
-    left += line;
+    std::fprintf(out, "    {%a, %a, %a},\n", rcp, hi, lo);
   }
-  std::fprintf(out, "};\nalignas(64) constexpr double T%sD%d%sLo[%d] = {\n%s};\n\n", b.name, n, suffix, n,
-               left.c_str());
+  std::fprintf(out, "};\n\n");
 }
 
 // Rows by an integer c from 2^(p - 1) to 2^p, a reciprocal times 2^p, the first row for 2^(p - 1): log(2^p /

@@ -152,8 +152,13 @@ template <class T> ZUR_INLINE flags<T> above_abs(vec<T> x, std::int32_t bound) {
 }
 
 // Lane i of a vector of indices. Taking 32-bit indices out in pairs costs about half of storing the vector
-// and reading them back.
+// and reading them back. For the upper of two 64-bit lanes g++ would take an instruction that waits for the
+// last value of its target, and with it for the vector before.
 template <class T, std::size_t i> ZUR_INLINE std::size_t index(ints<T> j) {
+#if !defined(__AVX__)
+  if constexpr (sizeof(T) == 8 && i == 1)
+    return static_cast<std::size_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)j, 0xEE)));
+#endif
   if constexpr (sizeof(T) == 8) return static_cast<std::size_t>(j[i]);
   const std::uint64_t pair = as<pattern<double>>(j)[i / 2];
   return i % 2 ? pair >> 32 : static_cast<std::uint32_t>(pair);
@@ -186,7 +191,11 @@ template <class T> struct columns { vec<T> hi, lo; };
 template <class T> ZUR_INLINE columns<T> lookup_pair(const T (*table)[2], ints<T> j) {
 #if !defined(__AVX__)
   if constexpr (sizeof(T) == 8) {
-    const __m128d r0 = _mm_load_pd(table[index<T, 0>(j)]), r1 = _mm_load_pd(table[index<T, 1>(j)]);
+    const ints<T> places = j << 4;
+    const auto row = [&](std::size_t place) __attribute__((always_inline)) {
+      return _mm_load_pd(reinterpret_cast<const double*>(reinterpret_cast<const char*>(table) + place));
+    };
+    const __m128d r0 = row(index<T, 0>(places)), r1 = row(index<T, 1>(places));
     return {_mm_unpacklo_pd(r0, r1), _mm_unpackhi_pd(r0, r1)};
   } else {
     const auto row = [&](std::size_t i) __attribute__((always_inline)) {

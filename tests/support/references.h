@@ -54,6 +54,20 @@ inline const reference Exp{
                0x1.83d4bcdebb3f4p+2, -0x1.22e24fa3d5cf9p-1, 0x1.273c188aa7b14p+2},
 };
 
+// Rows begin at odd multiples of 2^-10 (2^-11 below one). The points: one and its neighbouring rows, the
+// bounds of the reduction (2/3 and 4/3; 3/4 and 3/2 less half a row), and where normal numbers begin and end.
+inline const reference Ln{
+    .precise = mpfr_log,
+    .quick = std::log,
+    .single = {0, 10},
+    .full = {0, 10},
+    .grid = 0x1p-11,
+    .points = {0, 1, 0x1.ff8p-1, 0x1.ffcp-1, 0x1.004p0, 0x1.00cp0, 0x1.555556p-1, 0x1.555556p0, 0x1.7fcp-1,
+               0x1.7fcp0, 0x1.7f8p-1, 0x1.7f8p0, 2, 0x1p-149, 0x1p-126, 0x1.fffffep127, 0x1p-1074, 0x1p-1022,
+               0x1.fffffffffffffp1023},
+    .floor = 0.25,
+};
+
 inline int floor_log2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
   if (!mpfr_regular_p(x)) return mpfr_abs(r, x, rounding), mpfr_zero_p(x) ? mpfr_log(r, r, rounding) : 0;
   return mpfr_set_si(r, mpfr_get_exp(x) - 1, rounding);

@@ -1,0 +1,60 @@
+// Ln at its edges.
+
+#include "tests/vector/special_values.h"
+
+namespace {
+
+using namespace arko::test;
+
+const row<float> singles[] = {
+    {s(0x7FC00001), s(0x7FC00001), 0},
+    {s(0xFFC00001), s(0xFFC00001), 0},
+    {infinity<float>, infinity<float>, 0},
+    {-infinity<float>, nan<float>, 1},
+    {s(0xFF7FFFFF), nan<float>, 1},
+    {-1, nan<float>, 1},
+    {s(0x80000001), nan<float>, 1},
+    {-0.0f, -infinity<float>, 2},
+    {0.0f, -infinity<float>, 2},
+    near(s(0x00000001), 0),
+    near(s(0x007FFFFF), 0),
+    near(s(0x00800000), 0),
+    near(s(0x3F2AAAAA), 0),  // where k changes
+    near(s(0x3F2AAAAB), 0),
+    near(s(0x3F7FFFFF), 0),
+    {1, 0, 0},
+    near(s(0x3F800001), 0),
+    near(2.0f, 0),
+    near(s(0x7F7FFFFF), 0),
+};
+
+const row<double> doubles[] = {
+    {d(0x7FF8000000000001), d(0x7FF8000000000001), 0},
+    {d(0xFFF8000000000001), d(0xFFF8000000000001), 0},
+    {infinity<double>, infinity<double>, 0},
+    {-infinity<double>, nan<double>, 1},
+    {d(0xFFEFFFFFFFFFFFFF), nan<double>, 1},
+    {-1, nan<double>, 1},
+    {d(0x8000000000000001), nan<double>, 1},
+    {-0.0, -infinity<double>, 2},
+    {0.0, -infinity<double>, 2},
+    near(d(0x0000000000000001), 0),
+    near(d(0x000FFFFFFFFFFFFF), 0),
+    near(d(0x0010000000000000), 0),
+    near(d(0x3FE7FBFFFFFFFFFF), 0),  // where k changes
+    near(d(0x3FE7FC0000000000), 0),
+    near(d(0x3FEFFFFFFFFFFFFF), 0),
+    {1, 0, 0},
+    near(d(0x3FF0000000000001), 0),
+    near(2.0, 0),
+    near(d(0x7FEFFFFFFFFFFFFF), 0),
+};
+
+bool screened(const kernel& k) { return !k.f->strided; }
+
+TEST(ln, single_edges) { check_rows("Ln", singles, {std::log, 0.25}); }
+TEST(ln, double_edges) { check_rows("Ln", doubles, {std::log, 0.25}); }
+TEST(ln, signalling_nan) { check_signalling("Ln"); }
+TEST(ln, screened_blocks_write_in_order) { check_screened("Ln", -1.0, screened); }
+
+}  // namespace

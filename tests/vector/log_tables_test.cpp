@@ -1,0 +1,44 @@
+// The tables of the logarithms: parts that belong together, and that what the kernels take to be exact is.
+
+#include "log_tables.inc"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+template <std::size_t n>
+void check_rows(const double (&table)[n][4], long double (*log)(long double), bool short_rcp) {
+  for (std::size_t j = 0; j < n; j++) {
+    const auto [rcp, hi, lo, unused] = table[j];
+    const bool below_one = j < n / 2;
+    const double m = below_one ? 0.75 + double(j) / double(2 * n) : 0.5 + double(j) / double(n);
+    EXPECT_NEAR(m * rcp, 1, short_rcp ? 0x1p-10 : 0x1p-52) << j;
+    EXPECT_EQ(std::rint(hi * 0x1p43), hi * 0x1p43) << j;
+    EXPECT_LE(std::fabs(lo), 0x1p-43) << j;
+    EXPECT_NEAR(double(log(1 / static_cast<long double>(rcp)) - hi - lo), 0, 0x1p-63) << j;
+    if (!short_rcp) continue;
+    const double half = (below_one ? 0x1p-2 : 0x1p-1) / double(n);
+    for (const double end : {std::nextafter(m - half, 2), m, std::nextafter(m + half, 0)}) {
+      const long double r = static_cast<long double>(end) * rcp - 1;  // exact: 53 and 11 bits
+      EXPECT_EQ(static_cast<double>(r), r) << j;
+    }
+  }
+  EXPECT_EQ(table[n / 2][0], 1);
+  EXPECT_EQ(table[n / 2][1], 0);
+}
+
+long double ln(long double x) { return std::log(x); }
+long double lb(long double x) { return std::log2(x); }
+long double lg(long double x) { return std::log10(x); }
+
+TEST(log_tables, rows) {
+  check_rows(TLnD512, ln, true);
+  check_rows(TLog2D512, lb, true);
+  check_rows(TLog10D512, lg, true);
+  check_rows(TLog10D256, lg, true);
+  check_rows(TLnD256Full, ln, false);
+}
+
+}  // namespace
