@@ -30,6 +30,8 @@ __m128 _ZGVbN4v_expf(__m128);
 __m128d _ZGVbN2v_exp(__m128d);
 __m128 _ZGVbN4v_logf(__m128);
 __m128d _ZGVbN2v_log(__m128d);
+__m128 _ZGVbN4v_log1pf(__m128);
+__m128d _ZGVbN2v_log1p(__m128d);
 }
 
 namespace {
@@ -50,9 +52,8 @@ struct drawn {
   interval single, full;  // of the arguments
 };
 constexpr drawn intervals[] = {
-    {"Abs", {-1000, 1000}, {-1000, 1000}},
-    {"Exp", {-80, 80}, {-700, 700}},
-    {"Ln", {0, 1000}, {0, 1000}},
+    {"Abs", {-1000, 1000}, {-1000, 1000}},  {"Exp", {-80, 80}, {-700, 700}},
+    {"Ln", {0, 1000}, {0, 1000}},           {"Log1p", {-1, 10}, {-1, 10}},
     {"Logb", {-1000, 1000}, {-1000, 1000}},
 };
 
@@ -105,6 +106,14 @@ constexpr peer peers[] = {
     {"dLn", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_logd2_u35sse4)},
     {"dLn", "sleef u10 sse2", 1, EACH(__m128d, Sleef_logd2_u10sse2)},
     {"dLn", "sleef u10 sse4", 1, EACH(__m128d, Sleef_logd2_u10sse4)},
+    {"sLog1p", "libm", 1, EACH(float, log1pf)},
+    {"sLog1p", "libmvec", 4, EACH(__m128, _ZGVbN4v_log1pf)},
+    {"sLog1p", "sleef u10 sse2", 1, EACH(__m128, Sleef_log1pf4_u10sse2)},
+    {"sLog1p", "sleef u10 sse4", 1, EACH(__m128, Sleef_log1pf4_u10sse4)},
+    {"dLog1p", "libm", 1, EACH(double, log1p)},
+    {"dLog1p", "libmvec", 4, EACH(__m128d, _ZGVbN2v_log1p)},
+    {"dLog1p", "sleef u10 sse2", 1, EACH(__m128d, Sleef_log1pd2_u10sse2)},
+    {"dLog1p", "sleef u10 sse4", 1, EACH(__m128d, Sleef_log1pd2_u10sse4)},
     {"sLogb", "libm", 0, EACH(float, logbf)},
     {"dLogb", "libm", 0, EACH(double, logb)},
 };

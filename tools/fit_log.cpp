@@ -36,6 +36,7 @@ real smaller(const real& a, const real& b) { return b < a ? b : a; }
 // The smallest |k ln 2 + ln(1 + r)|: for k = 0 or, near r = -1/3, for 1.
 real reduced(const real& r) { return smaller(abs(log1p(r)), ln2() + log1p(r)); }
 real reduced_ep(const real& r) { return larger(reduced(r), real(0.25)); }
+real result(const real& r) { return abs(log1p(r)); }
 real quarter(const real&) { return real(0.25); }
 
 // The power of two at or below it: what an error in ulp is relative to.
@@ -162,6 +163,42 @@ std::vector<form> forms() {
        free_terms(2, 5),
        {-0.49999999999995254, 0.33333333333327408, -0.25000019886943392, 0.20000019344205111},
        row_ends()},
+      {7,
+       "single log1p LA and EP: r + c2 r^2 + ... + c9 r^9",
+       24,
+       -third,
+       third,
+       binade,
+       free_terms(2, 9),
+       {-0.5, 0.333332658, -0.250042379, 0.200079203, -0.164723262, 0.140423089, -0.151221797, 0.138202384},
+       ends},
+      {8,
+       "single log1p HA, c up to 2^8: r + c2 r^2 + c3 r^3",
+       24,
+       real(-0.0043),
+       real(0.0043),
+       result,
+       free_terms(2, 3),
+       {-0.500003219, 0.333337575},
+       {real(0)}},
+      {9,
+       "double log1p LA, c up to 2^10: r + c2 r^2 + ... + c5 r^5",
+       53,
+       real(-0.00135),
+       real(0.00135),
+       result,
+       free_terms(2, 5),
+       {-0.49999999999988803, 0.33333333333308374, -0.2500003054940248, 0.20000036659494241},
+       {real(0)}},
+      {10,
+       "double log1p EP, c up to 2^10: r + c2 r^2 + c3 r^3",
+       53,
+       real(-0.00135),
+       real(0.00135),
+       result,
+       free_terms(2, 3),
+       {},
+       {real(0)}},
   };
 }
 

@@ -82,5 +82,17 @@ inline const reference Logb{
                0x1.fffffffffffffp1023},
 };
 
+// Rows and reductions are those of 1 + x. The points: where 1 + x begins to round to 1, and its ends.
+inline const reference Log1p{
+    .precise = mpfr_log1p,
+    .quick = std::log1p,
+    .single = {-1, 10},
+    .full = {-1, 10},
+    .grid = 0x1p-11,
+    .points = {0,        -1,      0x1p-24,  -0x1p-25,       0x1p-53,       -0x1p-54,  0x1p-11,
+               -0x1p-12, 0x1p-8,  -0x1p-9,  -0x1.555554p-2, 0x1.555556p-2, 1,         0x1p24,
+               0x1p53,   0x1p127, 0x1p1023, 0x1.fffffep127, 0x1p-149,      0x1p-1074, 0x1.fffffffffffffp1023},
+};
+
 }  // namespace references
 }  // namespace arko::test

@@ -64,25 +64,26 @@ template <level L, class M, int width> struct single_ln : usual_kernel {
   static results<float> fast(vec<float> x) { return {{M::ln(split_log(x))}, not_positive_normal<float>(x)}; }
 
   static int routine(const float& x, float& r) {
-    return special_log(x, r, [](float denormal) { return float(natural_log(all<double>(denormal))[0]); });
+    return special_log(x, r, [](float denormal) { return float(natural_log(double(denormal))); });
   }
 };
 
 // ---- double
 // --------------------------------------------------------------------------------------------------
 
+// A logarithm by rows, of a number 2^k m.
 struct double_ha {
-  static vec<double> ln(vec<double> x, double raise = 0) { return natural_log(x, raise); }
+  static constexpr int bits = 9;
+  static vec<double> ln(const log_row& x) { return natural_log(x); }
 };
 
 // EP: 256 rows, one part; fitted c1 r + c2 r^2.
 struct double_ep {
-  static vec<double> ln(vec<double> x, double raise = 0) {
-    const auto [k0, m, j] = log_rows<8>(x);
-    const vec<double> k = raise == 0 ? k0 : k0 + raise;
-    const auto [rcp, hi, lo] = lookup_row(TLnD256Full, j);
-    const vec<double> r = m * rcp - 1.0;
-    return (k * TLnOf2Hi + hi) + horner(r, 1.0000009534434433, -0.50000095367674169) * r;
+  static constexpr int bits = 8;
+  static vec<double> ln(const log_row& x) {
+    const auto [rcp, hi, lo] = lookup_row(TLnD256Full, x.j);
+    const vec<double> r = x.m * rcp - 1.0;
+    return (x.k * TLnOf2Hi + hi) + horner(r, 1.0000009534434433, -0.50000095367674169) * r;
   }
 };
 
@@ -94,10 +95,16 @@ template <level L, class M> struct double_ln : usual_kernel {
   static constexpr bool screened = true;
   static constexpr double filler = 0.75;
 
-  static results<double> fast(vec<double> x) { return {{M::ln(x)}, not_positive_normal<double>(x)}; }
+  static results<double> fast(vec<double> x) {
+    return {{M::ln(log_rows<M::bits>(x))}, not_positive_normal<double>(x)};
+  }
 
   static int routine(const double& x, double& r) {
-    return special_log(x, r, [](double denormal) { return M::ln(all(denormal * 0x1p60), -60)[0]; });
+    return special_log(x, r, [](double denormal) {
+      log_row scaled = log_rows<M::bits>(all(denormal * 0x1p60));
+      scaled.k = scaled.k - 60.0;
+      return M::ln(scaled)[0];
+    });
   }
 };
 

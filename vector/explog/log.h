@@ -5,14 +5,16 @@
 namespace zur::inline ZUR_WIDTH { namespace {
 #include "log_tables.inc"
 
-// Lanes that hold no positive normal number: zero, denormal, negative, infinity or NaN.
-template <class T> ZUR_INLINE flags<T> not_positive_normal(vec<T> x) {
+// Lanes that hold no positive normal number: zero, denormal, negative, infinity or NaN. With a margin, numbers of the
+// last binades too.
+template <class T, std::uint32_t margin = 0> ZUR_INLINE flags<T> not_positive_normal(vec<T> x) {
   constexpr std::uint32_t least = sizeof(T) == 4 ? 0x00800000 : 0x00100000;  // of double, the upper word
-  const words w = as<words>(as<pattern<float>>(x) + least);  // of infinity and NaN it is negative too
+  constexpr std::int32_t bound = (margin + 2) * least;
+  const words w = as<words>(as<pattern<float>>(x) + (margin + 1) * least);  // of what is too large, negative
 #if defined(__AVX512DQ__)
-  if constexpr (sizeof(T) == 4) return _mm512_cmplt_epi32_mask((__m512i)w, _mm512_set1_epi32(2 * least));
+  if constexpr (sizeof(T) == 4) return _mm512_cmplt_epi32_mask((__m512i)w, _mm512_set1_epi32(bound));
 #endif
-  return where<T>(as<ints<T>>(w < static_cast<std::int32_t>(2 * least)));
+  return where<T>(as<ints<T>>(w < bound));
 }
 
 // The routine of all kernels: `log` gives the logarithm of a positive argument, denormal or not.
@@ -42,6 +44,7 @@ ZUR_INLINE log_split split_log(vec<float> x) {
 struct log_row {
   vec<double> k, m;
   ints<double> j;
+  pattern<double> e;  // the pattern of 2^k
 };
 template <int bits> ZUR_INLINE log_row log_rows(vec<double> x) {
   constexpr std::uint64_t one = 0x3FF0000000000000, fraction = 0x000FFFFFFFFFFFFF;
@@ -49,7 +52,7 @@ template <int bits> ZUR_INLINE log_row log_rows(vec<double> x) {
       one - (std::uint64_t{1} << 51) - (std::uint64_t{1} << (51 - bits));  // the least m
   const pattern<double> t = as<pattern<double>>(x) + (one - least), f = t & fraction;
   const vec<double> k = as<vec<double>>((t >> 52) | 0x4330000000000000) - (0x1p52 + 1023);
-  return {k, as<vec<double>>(f + least), as<ints<double>>(f >> (52 - bits))};
+  return {k, as<vec<double>>(f + least), as<ints<double>>(f >> (52 - bits)), t & ~fraction};
 }
 
 // Rows j of a table.
@@ -75,21 +78,23 @@ ZUR_INLINE vec<double> reduced(vec<double> m, vec<double> rcp) {
   return (hi * rcp - 1.0) + lo * rcp;
 }
 
-// ln x in double for positive normal x; with `raise`, ln(2^raise x). Errors below 0.65 ulp.
+// ln(2^k (m + low)) in double; m + low differs from m by a rounding error, or low is left out. Errors below 0.65 ulp.
 //
-// ln x = (k ln 2 + ln(1/rcp)) + ln(1 + r), the first sum exact in its high parts and r = m rcp - 1 exact. The
+// It is (k ln 2 + ln(1/rcp)) + ln(1 + r), the first sum exact in its high parts and r = m rcp - 1 exact. The
 // polynomial is fitted by tools/fit_log.cpp: 0.14 ulp.
-ZUR_INLINE vec<double> natural_log(vec<double> x, double raise = 0) {
-  const auto [k0, m, j] = log_rows<9>(x);
-  const vec<double> k = raise == 0 ? k0 : k0 + raise;
-  const auto [rcp, hi, lo] = lookup_row(TLnD512, j);
-  const vec<double> r = reduced(m, rcp), square = r * r;
-  const vec<double> large = k * TLnOf2Hi + hi, small = k * TLnOf2Lo + lo;
-  const vec<double> sum = large + r, rest = r - (sum - large);  // |large| >= |r|, or 0
-  const vec<double> p = (0.33333333333310444 * r - 0.49999999999992228) +
-                        (0.20000040083382467 * r - 0.25000025383792746) * square;
+template <class... Low> ZUR_INLINE vec<double> natural_log(const log_row& x, Low... low) {
+  const auto [rcp, hi, lo] = lookup_row(TLnD512, x.j);
+  const vec<double> r = reduced(x.m, rcp), t = (r + ... + (low * rcp)), square = t * t;
+  const vec<double> large = x.k * TLnOf2Hi + hi, small = x.k * TLnOf2Lo + lo;
+  const vec<double> sum = large + t;  // |large| >= |t|, or 0
+  const vec<double> rest = ((t - (sum - large)) + ... + ((r - t) + low * rcp));
+  const vec<double> p = (0.33333333333310444 * t - 0.49999999999992228) +
+                        (0.20000040083382467 * t - 0.25000025383792746) * square;
   return sum + ((rest + small) + square * p);
 }
+
+// ln x of one positive normal number.
+inline double natural_log(double x) { return natural_log(log_rows<9>(all(x)))[0]; }
 
 }  // namespace
 }  // namespace zur::inline ZUR_WIDTH
