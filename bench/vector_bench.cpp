@@ -28,6 +28,12 @@
 extern "C" {
 __m128 _ZGVbN4v_expf(__m128);
 __m128d _ZGVbN2v_exp(__m128d);
+__m128 _ZGVbN4v_exp2f(__m128);
+__m128d _ZGVbN2v_exp2(__m128d);
+__m128 _ZGVbN4v_exp10f(__m128);
+__m128d _ZGVbN2v_exp10(__m128d);
+__m128 _ZGVbN4v_expm1f(__m128);
+__m128d _ZGVbN2v_expm1(__m128d);
 __m128 _ZGVbN4v_logf(__m128);
 __m128d _ZGVbN2v_log(__m128d);
 __m128 _ZGVbN4v_log1pf(__m128);
@@ -52,7 +58,9 @@ struct drawn {
   interval single, full;  // of the arguments
 };
 constexpr drawn intervals[] = {
-    {"Abs", {-1000, 1000}, {-1000, 1000}},  {"Exp", {-80, 80}, {-700, 700}},
+    {"Abs", {-1000, 1000}, {-1000, 1000}},  // one a line
+    {"Exp", {-80, 80}, {-700, 700}},        {"Exp2", {-120, 120}, {-1000, 1000}},
+    {"Exp10", {-36, 36}, {-300, 300}},      {"Expm1", {-10, 10}, {-10, 10}},
     {"Ln", {0, 1000}, {0, 1000}},           {"Log1p", {-1, 10}, {-1, 10}},
     {"Logb", {-1000, 1000}, {-1000, 1000}},
 };
@@ -94,6 +102,38 @@ constexpr peer peers[] = {
     {"dExp", "libmvec", 4, EACH(__m128d, _ZGVbN2v_exp)},
     {"dExp", "sleef u10 sse2", 1, EACH(__m128d, Sleef_expd2_u10sse2)},
     {"dExp", "sleef u10 sse4", 1, EACH(__m128d, Sleef_expd2_u10sse4)},
+    {"sExp2", "libm", 1, EACH(float, exp2f)},
+    {"sExp2", "libmvec", 4, EACH(__m128, _ZGVbN4v_exp2f)},
+    {"sExp2", "sleef u10 sse2", 1, EACH(__m128, Sleef_exp2f4_u10sse2)},
+    {"sExp2", "sleef u10 sse4", 1, EACH(__m128, Sleef_exp2f4_u10sse4)},
+    {"sExp2", "sleef u35 sse2", 3.5, EACH(__m128, Sleef_exp2f4_u35sse2)},
+    {"sExp2", "sleef u35 sse4", 3.5, EACH(__m128, Sleef_exp2f4_u35sse4)},
+    {"dExp2", "libm", 1, EACH(double, exp2)},
+    {"dExp2", "libmvec", 4, EACH(__m128d, _ZGVbN2v_exp2)},
+    {"dExp2", "sleef u10 sse2", 1, EACH(__m128d, Sleef_exp2d2_u10sse2)},
+    {"dExp2", "sleef u10 sse4", 1, EACH(__m128d, Sleef_exp2d2_u10sse4)},
+    {"dExp2", "sleef u35 sse2", 3.5, EACH(__m128d, Sleef_exp2d2_u35sse2)},
+    {"dExp2", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_exp2d2_u35sse4)},
+    {"sExp10", "libm", 1, EACH(float, exp10f)},
+    {"sExp10", "libmvec", 4, EACH(__m128, _ZGVbN4v_exp10f)},
+    {"sExp10", "sleef u10 sse2", 1, EACH(__m128, Sleef_exp10f4_u10sse2)},
+    {"sExp10", "sleef u10 sse4", 1, EACH(__m128, Sleef_exp10f4_u10sse4)},
+    {"sExp10", "sleef u35 sse2", 3.5, EACH(__m128, Sleef_exp10f4_u35sse2)},
+    {"sExp10", "sleef u35 sse4", 3.5, EACH(__m128, Sleef_exp10f4_u35sse4)},
+    {"dExp10", "libm", 1, EACH(double, exp10)},
+    {"dExp10", "libmvec", 4, EACH(__m128d, _ZGVbN2v_exp10)},
+    {"dExp10", "sleef u10 sse2", 1, EACH(__m128d, Sleef_exp10d2_u10sse2)},
+    {"dExp10", "sleef u10 sse4", 1, EACH(__m128d, Sleef_exp10d2_u10sse4)},
+    {"dExp10", "sleef u35 sse2", 3.5, EACH(__m128d, Sleef_exp10d2_u35sse2)},
+    {"dExp10", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_exp10d2_u35sse4)},
+    {"sExpm1", "libm", 1, EACH(float, expm1f)},
+    {"sExpm1", "libmvec", 4, EACH(__m128, _ZGVbN4v_expm1f)},
+    {"sExpm1", "sleef u10 sse2", 1, EACH(__m128, Sleef_expm1f4_u10sse2)},
+    {"sExpm1", "sleef u10 sse4", 1, EACH(__m128, Sleef_expm1f4_u10sse4)},
+    {"dExpm1", "libm", 1, EACH(double, expm1)},
+    {"dExpm1", "libmvec", 4, EACH(__m128d, _ZGVbN2v_expm1)},
+    {"dExpm1", "sleef u10 sse2", 1, EACH(__m128d, Sleef_expm1d2_u10sse2)},
+    {"dExpm1", "sleef u10 sse4", 1, EACH(__m128d, Sleef_expm1d2_u10sse4)},
     {"sLn", "libm", 1, EACH(float, logf)},
     {"sLn", "libmvec", 4, EACH(__m128, _ZGVbN4v_logf)},
     {"sLn", "sleef u35 sse2", 3.5, EACH(__m128, Sleef_logf4_u35sse2)},

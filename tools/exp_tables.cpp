@@ -44,17 +44,47 @@ void scales(std::FILE* out, const char* name, int rows, bool single) {
 }
 
 // The power rounded to the type, and what is left, relative to it or absolute.
+struct row {
+  double hi, lo;
+  row(int j, int rows, bool single, bool relative) {
+    power p(j, rows);
+    hi = single ? mpfr_get_flt(p.value, MPFR_RNDN) : mpfr_get_d(p.value, MPFR_RNDN);
+    mpfr_sub_d(p.value, p.value, hi, MPFR_RNDN);
+    if (relative) mpfr_div_d(p.value, p.value, hi, MPFR_RNDN);
+    lo = single ? mpfr_get_flt(p.value, MPFR_RNDN) : mpfr_get_d(p.value, MPFR_RNDN);
+  }
+};
+
+// The number whose pattern is that of x less j << step.
+template <class U, class T> T less_steps(T x, int j, int step) {
+  const U bits = pattern<U>(x) - (static_cast<U>(j) << step);
+  std::memcpy(&x, &bits, sizeof x);
+  return x;
+}
+
 void pairs(std::FILE* out, const char* name, int rows, bool single, bool relative) {
   std::fprintf(out, "// hi = 2^(j/%d), rounded; lo = what is left%s.\n", rows,
                relative ? ", relative to hi" : "");
   std::fprintf(out, "alignas(64) constexpr %s %s[%d][2] = {\n", single ? "float" : "double", name, rows);
   for (int j = 0; j < rows; j++) {
-    power p(j, rows);
-    const double hi = single ? mpfr_get_flt(p.value, MPFR_RNDN) : mpfr_get_d(p.value, MPFR_RNDN);
-    mpfr_sub_d(p.value, p.value, hi, MPFR_RNDN);
-    if (relative) mpfr_div_d(p.value, p.value, hi, MPFR_RNDN);
-    const double lo = single ? mpfr_get_flt(p.value, MPFR_RNDN) : mpfr_get_d(p.value, MPFR_RNDN);
-    std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", hi, lo);
+    const row r(j, rows, single, relative);
+    std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", r.hi, r.lo);
+  }
+  std::fprintf(out, "};\n\n");
+}
+
+// Both at once: the scale as a number, by its pattern less j steps as above, and what is left relative to it.
+void scaled_pairs(std::FILE* out, const char* name, int rows, bool single) {
+  const int step = (single ? 23 : 52) - std::bit_width(static_cast<unsigned>(rows) - 1);
+  std::fprintf(out,
+               "// The pattern of hi = 2^(j/%d), rounded, less j << %d; lo = what is left, relative to hi.\n",
+               rows, step);
+  std::fprintf(out, "alignas(64) constexpr %s %s[%d][2] = {\n", single ? "float" : "double", name, rows);
+  for (int j = 0; j < rows; j++) {
+    const row r(j, rows, single, true);
+    const double scale = single ? less_steps<std::uint32_t>(static_cast<float>(r.hi), j, step)
+                                : less_steps<std::uint64_t>(r.hi, j, step);
+    std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", scale, r.lo);
   }
   std::fprintf(out, "};\n\n");
 }
@@ -70,5 +100,11 @@ int main(int argc, char** argv) {
   scales(out, "TExpM128D", 128, false);
   scales(out, "TExpM1024D", 1024, false);
   pairs(out, "TExpD64", 64, false, false);
+  pairs(out, "TExp2S64", 64, true, false);
+  pairs(out, "TExp2D64", 64, false, false);
+  pairs(out, "TExp10S128", 128, true, false);
+  pairs(out, "TExp10D128", 128, false, false);
+  scaled_pairs(out, "TExpm1S64", 64, true);
+  scaled_pairs(out, "TExpm1D128", 128, false);
   return std::fclose(out) != 0;
 }

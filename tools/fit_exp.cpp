@@ -20,10 +20,13 @@
 namespace {
 
 using arko::tools::exp;
+using arko::tools::exp10;
 using arko::tools::exp2;
+using arko::tools::expm1;
 using arko::tools::exponent;
 using arko::tools::ldexp;
 using arko::tools::ln2;
+using arko::tools::log10;
 using arko::tools::log2;
 using arko::tools::minimax_fitter;
 using arko::tools::minimax_problem;
@@ -34,10 +37,10 @@ using arko::tools::term;
 enum class measure { ulp, relative };
 
 struct kernel {
-  int bits;    // significand of the results: 24 or 53
-  bool base2;  // 2^r rather than e^r
-  int rows;    // of the table, 1 for none
-  real half;   // |r| <= half
+  int bits;                    // significand of the results: 24 or 53
+  real (*power)(const real&);  // of r: e^r and so on
+  int rows;                    // of the table, 1 for none
+  real half;                   // |r| <= half
 };
 
 struct form {
@@ -61,7 +64,8 @@ real ulp_weight(const kernel& k, const real& value) {
   return largest;
 }
 
-real value_at(const kernel& k, const real& r) { return k.base2 ? exp2(r) : exp(r); }
+// (e^r - 1) / r, where no table row stands between the approximation and the result.
+real mean_slope(const real& r) { return expm1(r) / r; }
 
 minimax_fitter make_fitter(const form& f, measure m) {
   const kernel& k = f.of;
@@ -70,11 +74,11 @@ minimax_fitter make_fitter(const form& f, measure m) {
   p.high = k.half;
   p.terms = f.terms;
   p.jumps = {real(0)};
-  p.target = [k](const real& r) { return value_at(k, r); };
+  p.target = [k](const real& r) { return k.power(r); };
   if (m == measure::ulp) {
-    p.weight = [k](const real& r) { return ulp_weight(k, value_at(k, r)); };
+    p.weight = [k](const real& r) { return ulp_weight(k, k.power(r)); };
   } else {
-    p.weight = [k](const real& r) { return 1 / value_at(k, r); };
+    p.weight = [k](const real& r) { return 1 / k.power(r); };
   }
   return minimax_fitter(std::move(p));
 }
@@ -110,9 +114,9 @@ void run(const form& f) {
 
 std::vector<form> forms() {
   const term c0{0, real(1)}, c1{1, real(1)};  // fixed at one
-  const kernel d64{53, false, 64, ln2() / 128}, d128{53, false, 128, ln2() / 256};
-  const kernel d1024{53, false, 1024, ln2() / 2048};
-  const kernel s1{24, false, 1, ln2() / 2}, s2{24, true, 1, real(0.5)}, s128{24, false, 128, ln2() / 256};
+  const kernel d64{53, exp, 64, ln2() / 128}, d128{53, exp, 128, ln2() / 256};
+  const kernel d1024{53, exp, 1024, ln2() / 2048};
+  const kernel s1{24, exp, 1, ln2() / 2}, s2{24, exp2, 1, real(0.5)}, s128{24, exp, 128, ln2() / 256};
   std::vector<form> list;
   const auto add = [&](int number, const char* title, const kernel& k, measure m, std::vector<term> terms,
                        std::vector<double> given, int coefficient_bits = 0) {
@@ -146,6 +150,29 @@ std::vector<form> forms() {
   add(10, "double, 128 rows: 1 + r + c2 r^2", d128, measure::ulp, {c0, c1, {2}}, {0.49999908361121337});
   add(10, "double, 128 rows: 1 + r (c1 + c2 r)", d128, measure::ulp, {c0, {1}, {2}},
       {1, 0.49999908361121337});
+  const kernel s64_2{24, exp2, 64, real(1) / 128}, d64_2{53, exp2, 64, real(1) / 128};
+  const real half_10 = log10(real(2)) / 256;
+  const kernel s128_10{24, exp10, 128, half_10}, d128_10{53, exp10, 128, half_10};
+  const kernel s64_1{24, mean_slope, 64, ln2() / 128}, d128_1{53, mean_slope, 128, ln2() / 256};
+  add(11, "single, base 2, 64 rows: 1 + f (c1 + c2 f)", s64_2, measure::ulp, {c0, {1}, {2}},
+      {0.693149745, 0.240226686});
+  add(12, "double, base 2, 64 rows: 1 + f (c1 + ... + c5 f^4)", d64_2, measure::ulp,
+      {c0, {1}, {2}, {3}, {4}, {5}},
+      {0.69314718055994529, 0.24022650695884967, 0.05550410866607508, 0.0096181422696537591,
+       0.0013333417185814622});
+  add(13, "single, base 10, 128 rows: 1 + r (c1 + c2 r)", s128_10, measure::ulp, {c0, {1}, {2}},
+      {2.30258727, 2.65094972});
+  add(14, "double, base 10, 128 rows: 1 + r (c1 + ... + c5 r^4)", d128_10, measure::ulp,
+      {c0, {1}, {2}, {3}, {4}, {5}},
+      {2.3025850929940459, 2.650949055239026, 2.0346785917911965, 1.1712555494866221, 0.53964245129450683});
+  // Of e^r - 1, over r.
+  add(15, "single, 64 rows: (e^r - 1) / r = 1 + r (c2 + c3 r)", s64_1, measure::relative, {c0, {1}, {2}},
+      {0.500000894, 0.16666697});
+  add(16, "double, 128 rows: (e^r - 1) / r = 1 + r (c2 + ... + c5 r^3)", d128_1, measure::relative,
+      {c0, {1}, {2}, {3}, {4}},
+      {0.49999999999997669, 0.166666666666658, 0.041666679394326687, 0.0083333358788305473});
+  add(17, "double, 128 rows: (e^r - 1) / r = 1 + r (c2 + c3 r)", d128_1, measure::relative, {c0, {1}, {2}},
+      {});
   return list;
 }
 

@@ -46,6 +46,9 @@ struct usual_kernel {
   static constexpr int inputs = 1, outputs = 1;
 };
 
+// A kernel in blocks of another size, for a twin.
+template <int elements, class K> struct blocks_of : K { static constexpr int block = elements; };
+
 namespace walk {
 
 // An array of the caller's, by unit stride or by increment.

@@ -54,6 +54,69 @@ inline const reference Exp{
                0x1.83d4bcdebb3f4p+2, -0x1.22e24fa3d5cf9p-1, 0x1.273c188aa7b14p+2},
 };
 
+// Rows are 1/64 apart. The points: zero and one, the bounds of the fast path, where results leave the normal
+// numbers, become infinite and zero, and an argument in the middle between rows.
+inline const reference Exp2{
+    .precise = mpfr_exp2,
+    .quick = std::exp2,
+    .single = {-150, 128},
+    .full = {-1075, 1024},
+    .grid = 0x1p-7,
+    .points = {0, 0x1p-126, 1, -1, 126, -126, 128, -149, -150, 1022, -1022, 1023, 1024, -1074, -1075},
+};
+
+// Rows are log10(2) / 128 apart. The points as above, and three powers that are exact.
+inline const reference Exp10{
+    .precise = mpfr_exp10,
+    .quick = [](double x) { return std::pow(10.0, x); },
+    .single = {-45.2, 38.6},
+    .full = {-323.7, 308.3},
+    .grid = 0x1.34413509f79ffp-2 / 256,
+    .points = {0, 0x1p-126, 1, -1, 2, 10, 22, 37.9297791, -37.9297829, 38.5318413, -45.154499, 307.6525,
+               -307.6526555685887, 308.2547155599167, -323.60724533877976},
+};
+
+// Rows are ln 2 / 64 and ln 2 / 128 apart; the first few from zero are where the relative error is hardest.
+// From -16.6, -36.7 down results round to -1; from 16.6, 36.7 up the 1 falls below the last place.
+inline const reference Expm1{
+    .precise = mpfr_expm1,
+    .quick = std::expm1,
+    .single = {-20, 88.8},
+    .full = {-40, 709.8},
+    .grid = 0x1.62e42fefa39efp-1 / 256,
+    .points = {0,
+               0x1p-126,
+               0x1p-24,
+               -0x1p-24,
+               0x1p-53,
+               -0x1p-53,
+               0x1.62e42fefa39efp-9,
+               -0x1.62e42fefa39efp-9,
+               0x1.62e42fefa39efp-8,
+               -0x1.62e42fefa39efp-8,
+               0x1.8a2p-8,
+               -0x1.8a2p-8,
+               0.25,
+               -0.25,
+               0.6931472,
+               -0.6931472,
+               1,
+               -1,
+               -16.6355,
+               -17.32868,
+               16.6355,
+               17.32868,
+               86.6433945,
+               -86.6433945,
+               88.7228317,
+               -36.7368,
+               -37.42995,
+               36.7368,
+               37.42995,
+               707.7032713,
+               709.7827128933841},
+};
+
 // Rows begin at odd multiples of 2^-10 (2^-11 below one). The points: one and its neighbouring rows, the
 // bounds of the reduction (2/3 and 4/3; 3/4 and 3/2 less half a row), and where normal numbers begin and end.
 inline const reference Ln{

@@ -11,6 +11,7 @@
 //
 // and up to 1 ulp of the smallest denormal where single LA and HA give zero early (from -103.27894 down).
 // Coefficients that the comments call fitted are those of tools/fit_exp.cpp.
+#include "vector/explog/exp_parts.h"
 #include "vector/walk.h"
 
 namespace zur::inline ZUR_WIDTH {
@@ -29,16 +30,7 @@ struct single_exp : usual_kernel {
 
   static flags<float> test(vec<float> x) { return above_abs<float>(x, bound); }
 
-  // e^x rounded once, denormal results included, from a fitted polynomial for 2^f, |f| <= 1/2, in double.
-  static float rounded_once(float x) {
-    constexpr double log2e = 1.4426950408889634, shift = 0x1.8p52;
-    const double y = x * log2e, s = y + shift, f = y - (s - shift);
-    const double p =
-        horner(f, 1.0, 0.69314718070453196, 0.2402265106656109, 0.055504103659921082, 0.0096180381320589425,
-               0.0013333935055016863, 0.00015466756318202989, 1.5196156671869054e-05);
-    const auto bits = __builtin_bit_cast(std::uint64_t, p) + (__builtin_bit_cast(std::uint64_t, s) << 52);
-    return static_cast<float>(__builtin_bit_cast(double, bits));
-  }
+  static float rounded_once(float x) { return exp2_to_single(x * 1.4426950408889634); }
 };
 
 // LA and HA: 128 rows; fitted coefficients of degree 2.

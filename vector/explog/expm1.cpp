@@ -1,0 +1,146 @@
+// e^x - 1.
+//
+// Adding `shift` to x N / ln 2 rounds it to the integer n = N m + j and leaves that in the low bits of the
+// sum; r = x - n ln 2 / N, |r| <= ln 2 / (2 N). With the scale S = 2^(m + j/N), rounded, and q = e^r - 1
+// corrected for what the rounding of S left off, e^x - 1 = (S - 1) + S q. Below |r| the scale is 1 and the
+// result q, so that the relative error holds down to the smallest numbers; all sums keep the sign of -0.
+// Largest errors in ulp, measured (docs/accuracy.md):
+//
+//            LA     HA     EP
+//   single   SINGLE for all
+//   double   DLA   DHA   2^-DEP relative
+#include "vector/explog/exp_parts.h"
+#include "vector/walk.h"
+
+namespace zur::inline ZUR_WIDTH {
+namespace {
+#include "exp_tables.inc"
+
+// Of each kernel: N / ln 2 and the shift; ln 2 / N in two pieces, of which multiples of the first are exact
+// and the second is positive; the table, S as a pattern less j steps of the exponent field beside the rest
+// relative to it; the polynomial of tools/fit_exp.cpp (forms 15 to 17) for (e^r - 1 - r) / r^2.
+struct single_data {
+  using type = float;
+  static constexpr int rows = 64;
+  static constexpr float shift = 0x1.8p23f, rows_log2e = 92.3324814f;
+  static constexpr float ln2_hi = 0x1.62cp-7f, ln2_lo = 0x1.217f7ep-18f;
+  static constexpr auto& table = TExpm1S64;
+  static vec<float> polynomial(vec<float> r) { return horner(r, 0.500000954f, 0.166667044f); }
+};
+struct double_data {
+  using type = double;
+  static constexpr int rows = 128;
+  static constexpr double shift = 0x1.8p52, rows_log2e = 184.66496523378731;
+  static constexpr double ln2_hi = 0.0054152123466337798, ln2_lo = 1.4907929134926466e-12;
+  static constexpr auto& table = TExpm1D128;
+  static vec<double> polynomial(vec<double> r) {
+    return horner(r, 0.49999999999997669, 0.16666666666667246, 0.041666679392333233, 0.0083333336795679541);
+  }
+};
+
+// S and, not yet added, q = d - c: d is exact, and c holds all that is small.
+template <class D> struct parts {
+  using T = typename D::type;
+  vec<T> S, d, c;
+
+  // With S times 2^raise.
+  ZUR_INLINE explicit parts(vec<T> x, int raise = 0) {
+    constexpr int fraction = sizeof(T) == 4 ? 23 : 52, step = fraction - __builtin_ctz(D::rows);
+    const vec<T> t = x * D::rows_log2e + D::shift, n = t - D::shift;
+    const ints<T> s = as<ints<T>>(t);
+    const auto [scale, rest] = lookup_pair(D::table, s & (D::rows - 1));
+    S = as<vec<T>>(as<ints<T>>(scale) + (s << step) + ((ints<T>{} + raise) << fraction));
+    d = x - n * D::ln2_hi;
+    const vec<T> n_lo = n * D::ln2_lo;
+    const vec<T> r = d - n_lo;
+    c = n_lo - ((r * D::polynomial(r) + rest) * r + rest);
+  }
+};
+
+// Every addition of large terms with what its rounding lost: 1 - S by the two-sum of D. E. Knuth, which holds
+// whichever is larger, and d - (1 - S) by the fast one, since either S is 1 or d the smaller term.
+template <class D> ZUR_INLINE vec<typename D::type> compensated(vec<typename D::type> x) {
+  using V = vec<typename D::type>;
+  const parts<D> p(x);
+  const V b = 1 - p.S, of_s = b - 1, b_lost = (1 - (b - of_s)) - (p.S + of_s);
+  const V sum = p.d - b, sum_lost = (sum + b) - p.d;
+  return sum - ((sum_lost + b_lost) + (b * (p.d - p.c) + p.c));
+}
+
+// One rounding each for 1 - S, q, S q and their sum.
+template <class D> ZUR_INLINE vec<typename D::type> plain(vec<typename D::type> x) {
+  const parts<D> p(x);
+  return (p.d - p.c) * p.S - (1 - p.S);
+}
+
+struct single_expm1 : usual_kernel {
+  using function = fn::Expm1<float>;
+  using type = float;
+  static constexpr level slot = la;
+  static constexpr int block = 8;
+  static constexpr float filler = 0.75f;
+
+  static results<float> fast(vec<float> x) {
+    return {{compensated<single_data>(x)}, above_abs<float>(x, 0x42AD496B)};  // 86.6433945
+  }
+
+  static int routine(const float& x, float& r) {
+    if (x < 0) return r = -1, ZUR_STATUS_OK;
+    if (x != x || x == __builtin_inff()) return r = x * x, ZUR_STATUS_OK;
+    if (x > 88.7228317f) return r = fp::square(0x1p127f), ZUR_STATUS_OVERFLOW;
+    return r = exp2_to_single(x * 1.4426950408889634), ZUR_STATUS_OK;
+  }
+};
+
+struct double_expm1 : usual_kernel {
+  using function = fn::Expm1<double>;
+  using type = double;
+  static constexpr int block = 4;
+  static constexpr double filler = 0.75;
+
+  static flags<double> test(vec<double> x) {
+    return above_abs<double>(x, 0x40861DA0);
+  }  // upper word of 707.7032
+
+  static int routine(const double& x, double& r) {
+    if (x < 0) return r = -1, ZUR_STATUS_OK;
+    if (x != x || x == __builtin_inf()) return r = x * x, ZUR_STATUS_OK;
+    if (x > 709.7827128933841) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
+    const parts<double_data> p(all(x),
+                               -1);  // 2^1024 leaves the exponent field before e^x leaves the finite numbers
+    return r = 2 * (p.S * (p.d - p.c) + p.S)[0], ZUR_STATUS_OK;
+  }
+};
+
+struct double_la : double_expm1 {
+  static constexpr level slot = la;
+  static constexpr int block = 8;
+  static results<double> fast(vec<double> x) { return {{plain<double_data>(x)}, test(x)}; }
+};
+
+struct double_ha : double_expm1 {
+  static constexpr level slot = ha;
+  static results<double> fast(vec<double> x) { return {{compensated<double_data>(x)}, test(x)}; }
+};
+
+// ln 2 / N in one piece, S in one column, a shorter polynomial.
+struct double_ep : double_expm1 {
+  static constexpr level slot = ep;
+
+  static results<double> fast(vec<double> x) {
+    using D = double_data;
+    const vec<double> t = x * D::rows_log2e + D::shift, r = x - (t - D::shift) * (D::ln2_hi + D::ln2_lo);
+    const auto s = as<ints<double>>(t);
+    const auto S = as<vec<double>>((s << 45) + lookup<double>(TExpM128D, s & 127));
+    return {{horner(r, 1.0, 0.50000022906681507, 0.16666668956093095) * r * S - (1 - S)}, test(x)};
+  }
+};
+
+}  // namespace
+
+TABLE(sExpm1) = {kernel<single_expm1>, kernel<single_expm1>, kernel<single_expm1>};
+TABLE(dExpm1) = {kernel<double_la>, kernel<double_ha>, kernel<double_ep>};
+TABLE(sExpm1I) = {twin<single_expm1>, twin<single_expm1>, twin<single_expm1>};
+TABLE(dExpm1I) = {twin<double_la>, twin<blocks_of<8, double_ha>>, twin<blocks_of<8, double_ep>>};
+
+}  // namespace zur::inline ZUR_WIDTH
