@@ -73,18 +73,19 @@ void pairs(std::FILE* out, const char* name, int rows, bool single, bool relativ
   std::fprintf(out, "};\n\n");
 }
 
-// Both at once: the scale as a number, by its pattern less j steps as above, and what is left relative to it.
+// Both at once: the scale as a number, by its pattern less j steps as above, and by how much the rounded
+// power exceeds the exact one, relative to it.
 void scaled_pairs(std::FILE* out, const char* name, int rows, bool single) {
   const int step = (single ? 23 : 52) - std::bit_width(static_cast<unsigned>(rows) - 1);
   std::fprintf(out,
-               "// The pattern of hi = 2^(j/%d), rounded, less j << %d; lo = what is left, relative to hi.\n",
+               "// The pattern of p = 2^(j/%d), rounded, less j << %d; what rounding added, relative to p.\n",
                rows, step);
   std::fprintf(out, "alignas(64) constexpr %s %s[%d][2] = {\n", single ? "float" : "double", name, rows);
   for (int j = 0; j < rows; j++) {
     const row r(j, rows, single, true);
     const double scale = single ? less_steps<std::uint32_t>(static_cast<float>(r.hi), j, step)
                                 : less_steps<std::uint64_t>(r.hi, j, step);
-    std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", scale, r.lo);
+    std::fprintf(out, single ? "    {%af, %af},\n" : "    {%a, %a},\n", scale, 0 - r.lo);
   }
   std::fprintf(out, "};\n\n");
 }

@@ -79,6 +79,14 @@ template <class V, class C, class... Rest> ZUR_INLINE V horner(V x, C c0, C c1, 
   return horner(x, c1, rest...) * x + c0;
 }
 
+// The same from x and x^2, with half the dependent steps for one product more:
+// c0 + x c1 + x^2 (c2 + x c3 + x^2 (c4 + ...)).
+template <class V, class C> ZUR_INLINE C horner2(V, V, C c0) { return c0; }
+template <class V, class C> ZUR_INLINE V horner2(V x, V, C c0, C c1) { return c1 * x + c0; }
+template <class V, class C, class... Rest> ZUR_INLINE V horner2(V x, V x2, C c0, C c1, Rest... rest) {
+  return horner2(x, x2, rest...) * x2 + (c1 * x + c0);
+}
+
 // A flag for each lane: the sign bits of a vector or, with mask registers, the bits of one. Flags combine by
 // |.
 #if defined(__AVX512DQ__)

@@ -52,8 +52,8 @@ struct double_exp10 : usual_kernel {
     constexpr double log10_2_hi = 0.0023517968411397305, log10_2_lo = -1.4877444114972089e-14;
     const vec<double> t = x * rows_log2_10 + shift, n = t - shift;
     const vec<double> r = (x - n * log10_2_hi) - n * log10_2_lo;
-    const vec<double> q = horner(r, 2.3025850929940459, 2.6509490552391521, 2.0346785918315344,
-                                 1.1712554373034769, 0.53960349292736554) *
+    const vec<double> q = horner2(r, r * r, 2.3025850929940459, 2.6509490552391521, 2.0346785918315344,
+                                  1.1712554373034769, 0.53960349292736554) *
                           r;
     return scaled_row(TExp10D128, as<ints<double>>(t), q, raise);
   }

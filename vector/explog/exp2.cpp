@@ -45,8 +45,8 @@ struct double_exp2 : usual_kernel {
   static vec<double> evaluate(vec<double> x) {
     constexpr double shift = 0x1.8p46;
     const vec<double> t = x + shift, f = x - (t - shift);
-    const vec<double> q = horner(f, 0.69314718055994529, 0.24022650695885564, 0.055504108665817072,
-                                 0.0096181421582415723, 0.0013333464066127493) *
+    const vec<double> q = horner2(f, f * f, 0.69314718055994529, 0.24022650695885564, 0.055504108665817072,
+                                  0.0096181421582415723, 0.0013333464066127493) *
                           f;
     return scaled_row(TExp2D64, as<ints<double>>(t), q);
   }

@@ -17,15 +17,15 @@ namespace {
 #include "exp_tables.inc"
 
 // Of each kernel: N / ln 2 and the shift; ln 2 / N in two pieces, of which multiples of the first are exact
-// and the second is positive; the table, S as a pattern less j steps of the exponent field beside the rest
-// relative to it; the polynomial of tools/fit_exp.cpp (forms 15 to 17) for (e^r - 1 - r) / r^2.
+// and the second is positive; the table, S as a pattern less j steps of the exponent field beside its
+// relative excess; the polynomial of tools/fit_exp.cpp (forms 15 to 17) for (e^r - 1 - r) / r^2.
 struct single_data {
   using type = float;
   static constexpr int rows = 64;
   static constexpr float shift = 0x1.8p23f, rows_log2e = 92.3324814f;
   static constexpr float ln2_hi = 0x1.62cp-7f, ln2_lo = 0x1.217f7ep-18f;
   static constexpr auto& table = TExpm1S64;
-  static vec<float> polynomial(vec<float> r) { return horner(r, 0.500000954f, 0.166667044f); }
+  static vec<float> polynomial(vec<float> r, vec<float>) { return horner(r, 0.500000954f, 0.166667044f); }
 };
 struct double_data {
   using type = double;
@@ -33,44 +33,49 @@ struct double_data {
   static constexpr double shift = 0x1.8p52, rows_log2e = 184.66496523378731;
   static constexpr double ln2_hi = 0.0054152123466337798, ln2_lo = 1.4907929134926466e-12;
   static constexpr auto& table = TExpm1D128;
-  static vec<double> polynomial(vec<double> r) {
-    return horner(r, 0.49999999999997669, 0.16666666666667246, 0.041666679392333233, 0.0083333336795679541);
+  static vec<double> polynomial(vec<double> r, vec<double> r2) {
+    return horner2(r, r2, 0.49999999999997669, 0.16666666666667246, 0.041666679392333233,
+                   0.0083333336795679541);
   }
 };
 
-// S and, not yet added, q = d - c: d is exact, and c holds all that is small.
+// 2^raise S and its relative excess; r = d - n_lo, d exact; p = e^r - 1 - r.
 template <class D> struct parts {
   using T = typename D::type;
-  vec<T> S, d, c;
+  vec<T> S, excess, d, n_lo, r, p;
 
-  // With S times 2^raise.
   ZUR_INLINE explicit parts(vec<T> x, int raise = 0) {
     constexpr int fraction = sizeof(T) == 4 ? 23 : 52, step = fraction - __builtin_ctz(D::rows);
     const vec<T> t = x * D::rows_log2e + D::shift, n = t - D::shift;
     const ints<T> s = as<ints<T>>(t);
-    const auto [scale, rest] = lookup_pair(D::table, s & (D::rows - 1));
-    S = as<vec<T>>(as<ints<T>>(scale) + (s << step) + ((ints<T>{} + raise) << fraction));
+    const auto row = lookup_pair(D::table, s & (D::rows - 1));
+    S = as<vec<T>>(as<ints<T>>(row.hi) + (s << step) + ((ints<T>{} + raise) << fraction));
+    excess = row.lo;
     d = x - n * D::ln2_hi;
-    const vec<T> n_lo = n * D::ln2_lo;
-    const vec<T> r = d - n_lo;
-    c = n_lo - ((r * D::polynomial(r) + rest) * r + rest);
+    n_lo = n * D::ln2_lo;
+    r = d - n_lo;
+    const vec<T> r2 = r * r;
+    p = r2 * D::polynomial(r, r2);
   }
+  // e^r (1 - excess) - 1 but for the product of the excess and r.
+  vec<T> q() const { return r - (excess - p); }
 };
 
 // Every addition of large terms with what its rounding lost: 1 - S by the two-sum of D. E. Knuth, which holds
 // whichever is larger, and d - (1 - S) by the fast one, since either S is 1 or d the smaller term.
 template <class D> ZUR_INLINE vec<typename D::type> compensated(vec<typename D::type> x) {
   using V = vec<typename D::type>;
-  const parts<D> p(x);
-  const V b = 1 - p.S, of_s = b - 1, b_lost = (1 - (b - of_s)) - (p.S + of_s);
-  const V sum = p.d - b, sum_lost = (sum + b) - p.d;
-  return sum - ((sum_lost + b_lost) + (b * (p.d - p.c) + p.c));
+  const parts<D> e(x);
+  const V w = (e.excess * e.r + e.excess) - e.p, q = e.r - w, c = e.n_lo + w;  // q = d - c
+  const V b = 1 - e.S, of_s = b - 1, b_lost = (1 - (b - of_s)) - (e.S + of_s);
+  const V sum = e.d - b, sum_lost = (sum + b) - e.d;
+  return sum - (((sum_lost + b_lost) + c) + b * q);
 }
 
 // One rounding each for 1 - S, q, S q and their sum.
 template <class D> ZUR_INLINE vec<typename D::type> plain(vec<typename D::type> x) {
-  const parts<D> p(x);
-  return (p.d - p.c) * p.S - (1 - p.S);
+  const parts<D> e(x);
+  return e.q() * e.S - (1 - e.S);
 }
 
 struct single_expm1 : usual_kernel {
@@ -98,17 +103,17 @@ struct double_expm1 : usual_kernel {
   static constexpr int block = 4;
   static constexpr double filler = 0.75;
 
-  static flags<double> test(vec<double> x) {
-    return above_abs<double>(x, 0x40861DA0);
-  }  // upper word of 707.7032
+  static constexpr std::int32_t bound = 0x40861DA0;  // upper word of 707.7032
+
+  static flags<double> test(vec<double> x) { return above_abs<double>(x, bound); }
 
   static int routine(const double& x, double& r) {
     if (x < 0) return r = -1, ZUR_STATUS_OK;
     if (x != x || x == __builtin_inf()) return r = x * x, ZUR_STATUS_OK;
     if (x > 709.7827128933841) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
-    const parts<double_data> p(all(x),
-                               -1);  // 2^1024 leaves the exponent field before e^x leaves the finite numbers
-    return r = 2 * (p.S * (p.d - p.c) + p.S)[0], ZUR_STATUS_OK;
+    // 2^1024 leaves the exponent field before e^x leaves the finite numbers.
+    const parts<double_data> e(all(x), -1);
+    return r = 2 * (e.q() * e.S + e.S)[0], ZUR_STATUS_OK;
   }
 };
 
