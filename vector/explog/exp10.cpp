@@ -2,7 +2,7 @@
 //
 // Adding `shift` to x 128 log2(10) rounds it to the integer n = 128 m + j and leaves that in the low bits of
 // the sum; r = x - n log10(2) / 128, |r| <= log10(2) / 256; 10^x = 2^(m + j/128) (1 + (10^r - 1)). One kernel
-// serves all levels. Largest errors in ulp, measured (docs/accuracy.md): single SINGLE, double DOUBLE.
+// serves all levels. Largest errors in ulp, measured (docs/accuracy.md): single 0.56, double 0.52, among denormal results 0.75.
 #include "vector/explog/exp_parts.h"
 #include "vector/walk.h"
 
@@ -32,7 +32,7 @@ struct single_exp10 : usual_kernel {
   static int routine(const float& x, float& r) {
     if (x != x || x == __builtin_inff()) return r = x * x, ZUR_STATUS_OK;
     if (x == -__builtin_inff()) return r = 0, ZUR_STATUS_OK;
-    if (x > 38.5318413f) return r = fp::square(0x1p127f), ZUR_STATUS_OVERFLOW;
+    if (x >= 38.5318413f) return r = fp::square(0x1p127f), ZUR_STATUS_OVERFLOW;
     if (x < -45.154499f) return r = fp::square(0x1p-126f), ZUR_STATUS_UNDERFLOW;
     return r = exp2_to_single(x * 3.3219280948873622),
            x <= -37.9297829f ? ZUR_STATUS_UNDERFLOW : ZUR_STATUS_OK;

@@ -2,7 +2,7 @@
 //
 // Adding `shift` rounds x to a multiple of 1/64 and leaves that, as m + j/64, in the low bits of the sum; the
 // rest f, |f| <= 1/128, is exact; 2^x = 2^(m + j/64) (1 + (2^f - 1)). One kernel serves all levels. Largest
-// errors in ulp, measured (docs/accuracy.md): single SINGLE, double DOUBLE.
+// errors in ulp, measured (docs/accuracy.md): single 0.62, double 0.53, among denormal results 0.76.
 #include "vector/explog/exp_parts.h"
 #include "vector/walk.h"
 

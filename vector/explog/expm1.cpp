@@ -1,14 +1,14 @@
 // e^x - 1.
 //
 // Adding `shift` to x N / ln 2 rounds it to the integer n = N m + j and leaves that in the low bits of the
-// sum; r = x - n ln 2 / N, |r| <= ln 2 / (2 N). With the scale S = 2^(m + j/N), rounded, and q = e^r - 1
-// corrected for what the rounding of S left off, e^x - 1 = (S - 1) + S q. Below |r| the scale is 1 and the
-// result q, so that the relative error holds down to the smallest numbers; all sums keep the sign of -0.
+// sum; r = x - n ln 2 / N, |r| <= ln 2 / (2 N). With the scale S = 2^(m + j/N), rounded, and q = e^r - 1 less
+// what the rounding of S added, e^x - 1 = (S - 1) + S q. Where n is 0, S is 1 and q the result, so that the
+// relative error holds down to the smallest numbers; all sums keep the sign of -0.
 // Largest errors in ulp, measured (docs/accuracy.md):
 //
 //            LA     HA     EP
-//   single   SINGLE for all
-//   double   DLA   DHA   2^-DEP relative
+//   single   0.56 at all levels
+//   double   1.95   0.60   2^-32.1 relative
 #include "vector/explog/exp_parts.h"
 #include "vector/walk.h"
 
@@ -110,7 +110,7 @@ struct double_expm1 : usual_kernel {
   static int routine(const double& x, double& r) {
     if (x < 0) return r = -1, ZUR_STATUS_OK;
     if (x != x || x == __builtin_inf()) return r = x * x, ZUR_STATUS_OK;
-    if (x > 709.7827128933841) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
+    if (x >= 709.7827128933841) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
     // 2^1024 leaves the exponent field before e^x leaves the finite numbers.
     const parts<double_data> e(all(x), -1);
     return r = 2 * (e.q() * e.S + e.S)[0], ZUR_STATUS_OK;
