@@ -26,7 +26,8 @@ struct single_exp10 : usual_kernel {
     const vec<float> t = x * rows_log2_10 + shift, n = t - shift;
     const vec<float> r = (x - n * log10_2_hi) - n * log10_2_lo;
     const vec<float> q = horner(r, 2.30258727f, 2.65095615f) * r;
-    return {{scaled_row(TExp10S128, as<words>(t), q)}, above_abs<float>(x, 0x4217B818)};  // 37.9297791
+    return {{scaled_row(TExp10S128, as<pattern<float>>(t), q)},
+            above_abs<float>(x, 0x4217B818)};  // 37.9297791
   }
 
   static int routine(const float& x, float& r) {
@@ -55,7 +56,7 @@ struct double_exp10 : usual_kernel {
     const vec<double> q = horner2(r, r * r, 2.3025850929940459, 2.6509490552391521, 2.0346785918315344,
                                   1.1712554373034769, 0.53960349292736554) *
                           r;
-    return scaled_row(TExp10D128, as<ints<double>>(t), q, raise);
+    return scaled_row(TExp10D128, as<pattern<double>>(t), q, raise);
   }
 
   static results<double> fast(vec<double> x) {

@@ -23,7 +23,7 @@ struct single_exp2 : usual_kernel {
     constexpr float shift = 0x1.8p17f;
     const vec<float> t = x + shift, f = x - (t - shift);
     const vec<float> q = horner(f, 0.693149745f, 0.240229011f) * f;
-    return {{scaled_row(TExp2S64, as<words>(t), q)}, above_abs<float>(x, 0x42FC0000)};  // 126
+    return {{scaled_row(TExp2S64, as<pattern<float>>(t), q)}, above_abs<float>(x, 0x42FC0000)};  // 126
   }
 
   static int routine(const float& x, float& r) {
@@ -48,7 +48,7 @@ struct double_exp2 : usual_kernel {
     const vec<double> q = horner2(f, f * f, 0.69314718055994529, 0.24022650695885564, 0.055504108665817072,
                                   0.0096181421582415723, 0.0013333464066127493) *
                           f;
-    return scaled_row(TExp2D64, as<ints<double>>(t), q);
+    return scaled_row(TExp2D64, as<pattern<double>>(t), q);
   }
 
   static results<double> fast(vec<double> x) {

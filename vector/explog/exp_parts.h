@@ -9,12 +9,12 @@ namespace zur::inline ZUR_WIDTH {
 // (1 + q) 2^(m + j/rows), times 2^raise: s holds m rows + j in its low bits, hi + lo = 2^(j/rows) is a row of
 // the table. The last addition to the significand rounds the result; q is small.
 template <int rows, class T>
-ZUR_INLINE vec<T> scaled_row(const T (&table)[rows][2], ints<T> s, vec<T> q, int raise = 0) {
+ZUR_INLINE vec<T> scaled_row(const T (&table)[rows][2], pattern<T> s, vec<T> q, int raise = 0) {
   constexpr int fraction = sizeof(T) == 4 ? 23 : 52, row_bits = __builtin_ctz(rows);
-  const ints<T> j = s & (rows - 1), m = s - j;
-  const auto [hi, lo] = lookup_pair(table, j);
+  const pattern<T> j = s & (rows - 1), m = s - j;
+  const auto [hi, lo] = lookup_pair(table, as<ints<T>>(j));
   const vec<T> v = (q * hi + lo) + hi;
-  return as<vec<T>>(as<ints<T>>(v) + (m << (fraction - row_bits)) + ((ints<T>{} + raise) << fraction));
+  return as<vec<T>>(as<pattern<T>>(v) + (m << (fraction - row_bits)) + ((pattern<T>{} + raise) << fraction));
 }
 
 // 2^y rounded once to single, denormal results included, from a fitted polynomial for 2^f, |f| <= 1/2.

@@ -47,9 +47,9 @@ template <class D> struct parts {
   ZUR_INLINE explicit parts(vec<T> x, int raise = 0) {
     constexpr int fraction = sizeof(T) == 4 ? 23 : 52, step = fraction - __builtin_ctz(D::rows);
     const vec<T> t = x * D::rows_log2e + D::shift, n = t - D::shift;
-    const ints<T> s = as<ints<T>>(t);
-    const auto row = lookup_pair(D::table, s & (D::rows - 1));
-    S = as<vec<T>>(as<ints<T>>(row.hi) + (s << step) + ((ints<T>{} + raise) << fraction));
+    const pattern<T> s = as<pattern<T>>(t);
+    const auto row = lookup_pair(D::table, as<ints<T>>(s & (D::rows - 1)));
+    S = as<vec<T>>(as<pattern<T>>(row.hi) + (s << step) + ((pattern<T>{} + raise) << fraction));
     excess = row.lo;
     d = x - n * D::ln2_hi;
     n_lo = n * D::ln2_lo;
@@ -135,8 +135,9 @@ struct double_ep : double_expm1 {
   static results<double> fast(vec<double> x) {
     using D = double_data;
     const vec<double> t = x * D::rows_log2e + D::shift, r = x - (t - D::shift) * (D::ln2_hi + D::ln2_lo);
-    const auto s = as<ints<double>>(t);
-    const auto S = as<vec<double>>((s << 45) + lookup<double>(TExpM128D, s & 127));
+    const auto s = as<pattern<double>>(t);
+    const auto scale = as<pattern<double>>(lookup<double>(TExpM128D, as<ints<double>>(s & 127)));
+    const auto S = as<vec<double>>((s << 45) + scale);
     return {{horner(r, 1.0, 0.50000022906681507, 0.16666668956093095) * r * S - (1 - S)}, test(x)};
   }
 };
