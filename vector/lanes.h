@@ -163,13 +163,14 @@ template <class T> ZUR_INLINE flags<T> above_abs(vec<T> x, std::int32_t bound) {
 // and reading them back. For the upper of two 64-bit lanes g++ would take an instruction that waits for the
 // last value of its target, and with it for the vector before.
 template <class T, std::size_t i> ZUR_INLINE std::size_t index(ints<T> j) {
+  constexpr std::size_t at = sizeof(T) == 8 ? i : i / 2;
+  std::uint64_t lane = as<pattern<double>>(j)[at];
 #if !defined(__AVX__)
-  if constexpr (sizeof(T) == 8 && i == 1)
-    return static_cast<std::size_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)j, 0xEE)));
+  if constexpr (at == 1)
+    lane = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)j, 0xEE)));
 #endif
-  if constexpr (sizeof(T) == 8) return static_cast<std::size_t>(j[i]);
-  const std::uint64_t pair = as<pattern<double>>(j)[i / 2];
-  return i % 2 ? pair >> 32 : static_cast<std::uint32_t>(pair);
+  if constexpr (sizeof(T) == 8) return lane;
+  return i % 2 ? lane >> 32 : static_cast<std::uint32_t>(lane);
 }
 
 // table[j[i]] for every lane i. Entries and indices are as wide as a lane of T.
