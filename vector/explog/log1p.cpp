@@ -20,12 +20,12 @@ template <class T> struct one_plus {
   vec<T> u, low;
   explicit one_plus(vec<T> x) : u(T(1) + x), low(x - (u - T(1))) {}
 
-  // low 2^-k, u = 2^k m with m in [1, 2).
-  vec<T> scaled_low() const {
+  // low c 2^-(k + p), u = 2^k m with m in [1, 2): what low adds to the reduced argument c 2^-p m - 1.
+  template <int p> vec<T> times(vec<T> c) const {
     using bits = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
-    constexpr bits one = sizeof(T) == 4 ? 0x3F800000 : 0x3FF0000000000000;
-    constexpr bits exponent = sizeof(T) == 4 ? 0x7F800000 : 0x7FF0000000000000;
-    return low * as<vec<T>>(2 * one - (as<pattern<T>>(u) & exponent));
+    constexpr bits exponent = sizeof(T) == 4 ? 0x7F800000 : 0x7FF0000000000000, step = exponent & -exponent;
+    constexpr bits top = sizeof(T) == 4 ? 2 * 127 - p : 2 * 1023 - p;
+    return low * (c * as<vec<T>>(top * step - (as<pattern<T>>(u) & exponent)));
   }
 };
 
@@ -35,8 +35,10 @@ template <class T, level L> struct log1p_kernel : usual_kernel {
   static constexpr level slot = L;
   static constexpr T filler = T(0.75);
 
-  // From 2^127 (2^1023) on 2^-k is no normal number.
-  static flags<T> test(const one_plus<T>& x) { return not_positive_normal<T, 1>(x.u); }
+  // In the last p + 1 binades 2^-(k + p) is no normal number.
+  template <int p = 0> static flags<T> test(const one_plus<T>& x) {
+    return not_positive_normal<T, p + 1>(x.u);
+  }
 
   static int routine(const T& x, T& r) {
     return special_log(x + 1, r, [](T large) { return T(natural_log(double(large))); });
@@ -67,11 +69,11 @@ struct single_ha : log1p_kernel<float, ha> {
     const one_plus<float> sum(x);
     const auto s = split_reciprocal<8, float>(sum.u);
     const auto [hi, lo] = lookup_pair(TLnSC8, s.row);
-    const vec<float> low = sum.scaled_low() * (s.c * 0x1p-8f), r = reduced(s.v, s.c), t = r + low;
+    const vec<float> low = sum.times<8>(s.c), r = reduced(s.v, s.c), t = r + low;
     const vec<float> large = s.k * TLnSC8[0][0] + hi, a = large + t,
                      rest = (t - (a - large)) + ((r - t) + low);
     const vec<float> small = s.k * TLnSC8[0][1] + lo;
-    return {{a + ((rest + small) + t * t * horner(t, -0.500003457f, 0.333336443f))}, test(sum)};
+    return {{a + ((rest + small) + t * t * horner(t, -0.500003457f, 0.333336443f))}, test<8>(sum)};
   }
 };
 
@@ -84,18 +86,21 @@ template <level L> struct double_reciprocal : log1p_kernel<double, L> {
   static results<double> fast(vec<double> x) {
     const one_plus<double> sum(x);
     const auto s = split_reciprocal<10, double>(sum.u);
-    const auto [hi, lo] = lookup_pair(TLnDC10, s.row);
-    const vec<double> low = sum.scaled_low() * (s.c * 0x1p-10), large = s.k * TLnDC10[0][0] + hi;
+    return {{logarithm(s, sum.times<10>(s.c))}, log1p_kernel<double, L>::template test<10>(sum)};
+  }
+
+  static vec<double> logarithm(const reciprocal_split<double>& s, vec<double> low) {
     if constexpr (L == la) {
+      const auto [hi, lo] = lookup_pair(TLnDC10, s.row);
       const vec<double> r = reduced(s.v, s.c), t = r + low, square = t * t;
       const vec<double> p = (0.33333333333312554 * t - 0.49999999999982703) +
                             (0.20000036488113182 * t - 0.25000037967242711) * square;
-      const vec<double> small = (s.k * TLnDC10[0][1] + lo) + low;
-      return {{large + (r + (small + square * p))}, log1p_kernel<double, L>::test(sum)};
+      const vec<double> large = s.k * TLnDC10[0][0] + hi, small = (s.k * TLnDC10[0][1] + lo) + low;
+      return large + (r + (small + square * p));
     } else {
+      const vec<double> large = s.k * TLnDC10[0][0] + lookup<double>(TLnDC10[0], 2 * s.row);
       const vec<double> r = (s.v * s.c - 1.0) + low;
-      return {{large + (r + r * r * horner(r, -0.50000034169603658, 0.33333364086903206))},
-              log1p_kernel<double, L>::test(sum)};
+      return large + (r + r * r * horner(r, -0.50000034169603658, 0.33333364086903206));
     }
   }
 };
