@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "core/testing.h"
-#include "tests/core/capture.h"
 #include "tests/frame/module.h"
+#include "tests/support/child.h"
 
 namespace {
 

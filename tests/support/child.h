@@ -1,4 +1,4 @@
-// A function run in a forked process: how the process ended, and what it wrote to standard error.
+// What a function writes to standard error; and one run in a forked process, with how the process ended.
 #pragma once
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +9,24 @@
 #include <thread>
 
 namespace arko::test {
+
+inline std::string read_and_close(std::FILE* file) {
+  std::string text(static_cast<std::size_t>(lseek(fileno(file), 0, SEEK_END)), '\0');
+  text.resize(static_cast<std::size_t>(pread(fileno(file), text.data(), text.size(), 0)));
+  std::fclose(file);
+  return text;
+}
+
+// What comes to standard error, from any thread and below any stream, while the function runs.
+template <class F> std::string captured(F&& f) {
+  std::FILE* file = std::tmpfile();
+  const int before = dup(STDERR_FILENO);
+  dup2(fileno(file), STDERR_FILENO);
+  f();
+  dup2(before, STDERR_FILENO);
+  close(before);
+  return read_and_close(file);
+}
 
 struct ending {
   int exit_code;  // -1 where a signal ended the process
@@ -28,11 +46,8 @@ template <class F> ending in_child(F&& f) {
   }
   int status = 0;
   waitpid(child, &status, 0);
-  ending e{WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0, {}};
-  e.text.resize(static_cast<std::size_t>(lseek(fileno(file), 0, SEEK_END)));
-  e.text.resize(static_cast<std::size_t>(pread(fileno(file), e.text.data(), e.text.size(), 0)));
-  std::fclose(file);
-  return e;
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+          read_and_close(file)};
 }
 
 // A thread of its own, with a new record: fields of the mode word cannot be set back to zero.

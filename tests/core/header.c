@@ -1,3 +1,0 @@
-/* The headers are C11 as they stand. */
-#include "arko/core.h"
-#include "core/testing.h"
