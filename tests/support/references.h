@@ -131,6 +131,19 @@ inline const reference Ln{
     .floor = 0.25,
 };
 
+// The rows of the finest table of reciprocals are 1/1024 apart in 1/x; the points are where the range
+// reductions and the tables wrap round, and where log2 x is all but a double.
+inline const reference Log2{
+    .precise = mpfr_log2,
+    .quick = std::log2,
+    .single = {0.5, 8},
+    .full = {0.5, 8},
+    .grid = 0x1p-11,
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 0x1.555556p-1, 0.75, 1, 0x1.6a09e667f3bcdp0, 1.5,
+               2, 8, 0x1.fffffep127, 0x1.fffffffffffffp1023},
+    .floor = 0.25,
+};
+
 inline int floor_log2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
   if (!mpfr_regular_p(x)) return mpfr_abs(r, x, rounding), mpfr_zero_p(x) ? mpfr_log(r, r, rounding) : 0;
   return mpfr_set_si(r, mpfr_get_exp(x) - 1, rounding);

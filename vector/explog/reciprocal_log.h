@@ -18,8 +18,9 @@ template <class T> struct reciprocal_split {
   ints<T> row;  // c - 2^(p - 1)
 };
 
-// For positive normal x, 4 <= p <= 10. Other x give garbage, but a row within the table.
-template <int p, class T> ZUR_INLINE reciprocal_split<T> split_reciprocal(vec<T> x) {
+// For positive normal x, 4 <= p <= 10. Other x give garbage, but a row within the table. k is less by `raised`, for an
+// x that was multiplied by 2^raised.
+template <int p, class T, int raised = 0> ZUR_INLINE reciprocal_split<T> split_reciprocal(vec<T> x) {
   constexpr bool single = sizeof(T) == 4;
   constexpr int fraction = single ? 23 : 52, bias = single ? 127 : 1023;
   constexpr std::uint64_t one = 1;
@@ -29,9 +30,9 @@ template <int p, class T> ZUR_INLINE reciprocal_split<T> split_reciprocal(vec<T>
   const auto e = bits >> fraction;
   vec<T> k;
   if constexpr (single)
-    k = __builtin_convertvector(as<words>(e) - bias, vec<float>);
+    k = __builtin_convertvector(as<words>(e) - (bias + raised), vec<float>);
   else
-    k = as<vec<T>>(e | 0x4330000000000000) - (0x1p52 + bias);  // 2^52 + e
+    k = as<vec<T>>(e | 0x4330000000000000) - (0x1p52 + bias + raised);  // 2^52 + e
   const auto v = as<vec<T>>((bits & ((one << fraction) - 1)) | (std::uint64_t(bias - p) << fraction));
   const vec<T> s = approx_reciprocal<T>(v) + shift;
   return {k, v, s - shift, as<ints<T>>(s) & ((1 << p) - 1)};

@@ -1,0 +1,110 @@
+// log2 x.
+//
+// Single at LA and EP: x = 2^k (1 + f), 1 + f in [2/3, 4/3), and a polynomial in f. All others by a table of
+// reciprocals, told in reciprocal_log.h. Powers of two give whole numbers at every level. Largest errors in
+// ulp, measured (docs/accuracy.md):
+//
+//            LA     HA     EP
+//   single
+//   double
+//
+// Coefficients are those of tools/fit_log2.cpp.
+#include "vector/explog/reciprocal_log.h"
+
+namespace zur::inline ZUR_WIDTH {
+namespace {
+
+template <class T, level L> struct log2_kernel : usual_kernel {
+  using function = fn::Log2<T>;
+  using type = T;
+  static constexpr level slot = L;
+  static constexpr T filler = T(0.75);
+};
+
+// ---- single
+
+template <level L> struct single_log2 : log2_kernel<float, L> {
+  static constexpr int block = L == ha ? 16 : 4;
+
+  struct precise {
+    static constexpr auto& table = TLog2SC7;
+    static constexpr float head = 1.4375f;
+    static vec<float> rest(vec<float> r) {
+      return r * horner(r, 0.00519504072f, -0.721347511f, 0.480917513f, -0.360834509f);
+    }
+  };
+
+  // log2 x, less `raised`.
+  template <int raised = 0> static vec<float> log(vec<float> x) {
+    if constexpr (L == ha) {
+      return precise_log<precise>(split_reciprocal<7, float, raised>(x));
+    } else {
+      const log_split s = split_log(x);
+      const vec<float> f = s.f;
+      vec<float> k = s.k() * 0x1p-23f;
+      if constexpr (raised != 0) k = k - float(raised);
+      if constexpr (L == la) {
+        const vec<float> square = f * f;  // two shorter chains
+        const vec<float> odd =
+            horner(square, 2.61714508e-08f, 0.48089534f, 0.288744837f, 0.201251492f, 0.205494419f);
+        const vec<float> even = horner(square, -0.721346498f, -0.360793352f, -0.236708865f, -0.222656339f);
+        return k + (f * 1.44269502f + f * (odd + f * even));
+      }
+      return k + f * horner(f, 1.44272506f, -0.720117509f, 0.478588581f, -0.399396241f, 0.331972718f);
+    }
+  }
+
+  static results<float> fast(vec<float> x) { return {{log(x)}, not_positive_normal<float>(x)}; }
+  static int routine(const float& x, float& r) {
+    return special_log(x, r, [](float y) { return log<27>(all(y * 0x1p27f))[0]; });
+  }
+};
+
+// ---- double
+
+template <level L> struct double_log2 : log2_kernel<double, L> {
+  static constexpr int block = L == ha ? 8 : 4;
+
+  struct precise {
+    static constexpr auto& table = TLog2DC9;
+    static constexpr double head = 1.44140625;
+    static vec<double> rest(vec<double> r) {
+      return r * horner(r, 0.0012887908889634083, -0.72134752044448169, 0.48089834695971806,
+                        -0.36067376022355024, 0.28854065825527908, -0.24045023413224112);
+    }
+  };
+
+  // log2 x, less `raised`.
+  template <int raised = 0> static vec<double> log(vec<double> x) {
+    if constexpr (L == ha) {
+      return precise_log<precise>(split_reciprocal<9, double, raised>(x));
+    } else {
+      const auto s = split_reciprocal<10, double, raised>(x);
+      if constexpr (L == la) {
+        const vec<double> r = reduced(s.v, s.c);
+        const auto [hi, lo] = lookup_pair(TLog2DC10, s.row);
+        const vec<double> square = r * r;
+        const vec<double> odd = horner(square, 1.4426950408889634, 0.48089834699176875, 0.28852966372031474);
+        const vec<double> even = horner(square, -0.72134752044426387, -0.36067428471857427);
+        return (s.k + hi) + (lo + (r * odd + square * even));
+      } else {
+        const vec<double> r = s.v * s.c - 1.0, hi = lookup<double>(TLog2DC10[0], 2 * s.row);
+        return (s.k + hi) + r * horner(r, 1.4426950408885748, -0.72134805917898948, 0.48089908273512799);
+      }
+    }
+  }
+
+  static results<double> fast(vec<double> x) { return {{log(x)}, not_positive_normal<double>(x)}; }
+  static int routine(const double& x, double& r) {
+    return special_log(x, r, [](double y) { return log<60>(all(y * 0x1p60))[0]; });
+  }
+};
+
+}  // namespace
+
+TABLE(sLog2) = {kernel<single_log2<la>>, kernel<single_log2<ha>>, kernel<single_log2<ep>>};
+TABLE(dLog2) = {kernel<double_log2<la>>, kernel<double_log2<ha>>, kernel<double_log2<ep>>};
+TABLE(sLog2I) = {twin<single_log2<la>>, twin<single_log2<ha>>, twin<single_log2<ep>>};
+TABLE(dLog2I) = {twin<double_log2<la>>, twin<double_log2<ha>>, twin<double_log2<ep>>};
+
+}  // namespace zur::inline ZUR_WIDTH
