@@ -124,28 +124,18 @@ template <class T> ZUR_INLINE unsigned bits(flags<T> m) {
 #endif
 }
 
-// About 1/x by the processor's estimate: of relative error below 1.5 * 2^-12, the same in every lane and at
-// every width, but not from one maker of processors to another. A double is rounded to single first and must
-// have the range of one.
-template <class T> ZUR_INLINE vec<T> approx_reciprocal(vec<T> x) {
+// About 1/x by the processor's estimate: of relative error below 1.5 * 2^-12, the same in every lane and at every
+// width, but not from one maker of processors to another.
+ZUR_INLINE vec<float> approx_reciprocal(vec<float> x) {
 #if defined(__AVX512DQ__)
-  const auto by_256 = [](__m256 v) { return _mm256_rcp_ps(v); };  // the instruction on 512 bits is another
-  if constexpr (sizeof(T) == 8)
-    return __builtin_convertvector(by_256((__m256) __builtin_convertvector(x, __m256)), vec<T>);
-  else
-    return __builtin_shufflevector(by_256(__builtin_shufflevector(x, x, 0, 1, 2, 3, 4, 5, 6, 7)),
-                                   by_256(__builtin_shufflevector(x, x, 8, 9, 10, 11, 12, 13, 14, 15)), 0, 1,
-                                   2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  const auto half = [](__m256 v) { return _mm256_rcp_ps(v); };  // the instruction on 512 bits is another
+  return __builtin_shufflevector(half(__builtin_shufflevector(x, x, 0, 1, 2, 3, 4, 5, 6, 7)),
+                                 half(__builtin_shufflevector(x, x, 8, 9, 10, 11, 12, 13, 14, 15)), 0, 1, 2,
+                                 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
 #elif defined(__AVX2__)
-  if constexpr (sizeof(T) == 8)
-    return (vec<T>)_mm256_cvtps_pd(_mm_rcp_ps(_mm256_cvtpd_ps((__m256d)x)));
-  else
-    return (vec<T>)_mm256_rcp_ps((__m256)x);
+  return _mm256_rcp_ps(x);
 #else
-  if constexpr (sizeof(T) == 8)
-    return (vec<T>)_mm_cvtps_pd(_mm_rcp_ps(_mm_cvtpd_ps((__m128d)x)));
-  else
-    return (vec<T>)_mm_rcp_ps((__m128)x);
+  return _mm_rcp_ps(x);
 #endif
 }
 

@@ -83,10 +83,8 @@ template <level L> struct double_log2 : log2_kernel<double, L> {
       if constexpr (L == la) {
         const vec<double> r = reduced(s.v, s.c);
         const auto [hi, lo] = lookup_pair(TLog2DC10, s.row);
-        const vec<double> square = r * r;
-        const vec<double> odd = horner(square, 1.4426950408889634, 0.48089834699176875, 0.28852966372031474);
-        const vec<double> even = horner(square, -0.72134752044426387, -0.36067428471857427);
-        return (s.k + hi) + (lo + (r * odd + square * even));
+        return (s.k + hi) + (lo + r * horner(r, 1.4426950408889634, -0.72134752044426387, 0.48089834699176875,
+                                             -0.36067428471857427, 0.28852966372031474));
       } else {
         const vec<double> r = s.v * s.c - 1.0, hi = lookup<double>(TLog2DC10[0], 2 * s.row);
         return (s.k + hi) + r * horner(r, 1.4426950408885748, -0.72134805917898948, 0.48089908273512799);

@@ -18,24 +18,30 @@ template <class T> struct reciprocal_split {
   ints<T> row;  // c - 2^(p - 1)
 };
 
-// For positive normal x, 4 <= p <= 10. Other x give garbage, but a row within the table. k is less by `raised`, for an
-// x that was multiplied by 2^raised.
+// For positive normal x, 4 <= p <= 10. Other x give garbage, but a row within the table. k is less by `raised`, for
+// an x that was multiplied by 2^raised. Adding `shift` rounds to c and leaves the row in the low bits.
 template <int p, class T, int raised = 0> ZUR_INLINE reciprocal_split<T> split_reciprocal(vec<T> x) {
-  constexpr bool single = sizeof(T) == 4;
-  constexpr int fraction = single ? 23 : 52, bias = single ? 127 : 1023;
-  constexpr std::uint64_t one = 1;
-  constexpr T shift =
-      T((3 * one << (fraction - 1)) - (one << (p - 1)));  // the low bits of a sum with it: the row
+  constexpr int first = 1 << (p - 1), mask = 2 * first - 1;
+  constexpr float shift = 0x1.8p23f - first;
+  constexpr std::uint32_t binade = (127 - p) << 23, fraction = 0x007FFFFF;
   const auto bits = as<pattern<T>>(x);
-  const auto e = bits >> fraction;
-  vec<T> k;
-  if constexpr (single)
-    k = __builtin_convertvector(as<words>(e) - (bias + raised), vec<float>);
-  else
-    k = as<vec<T>>(e | 0x4330000000000000) - (0x1p52 + bias + raised);  // 2^52 + e
-  const auto v = as<vec<T>>((bits & ((one << fraction) - 1)) | (std::uint64_t(bias - p) << fraction));
-  const vec<T> s = approx_reciprocal<T>(v) + shift;
-  return {k, v, s - shift, as<ints<T>>(s) & ((1 << p) - 1)};
+  if constexpr (sizeof(T) == 4) {
+    const vec<float> k = __builtin_convertvector(as<words>(bits >> 23) - (127 + raised), vec<float>);
+    const vec<float> v = as<vec<float>>((bits & fraction) | binade), s = approx_reciprocal(v) + shift;
+    return {k, v, s - shift, as<words>(s) & mask};
+  } else {
+    constexpr std::uint64_t low = 0x000FFFFFFFFFFFFF, leading = std::uint64_t(1023 - p) << 52;
+    const vec<double> k = as<vec<double>>((bits >> 52) | 0x4330000000000000) - (0x1p52 + 1023 + raised);
+    const vec<double> v = as<vec<double>>((bits & low) | leading);
+    // In single: the leading bits of v in the low word and infinity, of reciprocal 0, in the high one. To that, 176 is
+    // added, of which the pattern makes the sum a double: 2^52 + the pattern of the low word.
+    const auto halves = ((bits >> 29) & fraction) | (0x7F80000000000000 | binade);
+    constexpr std::uint64_t shifts = 0x4330000000000000 | __builtin_bit_cast(std::uint32_t, shift);
+    const vec<float> s =
+        approx_reciprocal(as<vec<float>>(halves)) + as<vec<float>>(pattern<double>{} + shifts);
+    const vec<double> c = as<vec<double>>(s) - (0x1p52 + __builtin_bit_cast(std::uint32_t, shift));
+    return {k, v, c, as<ints<double>>(s) & mask};
+  }
 }
 
 // As for double: here c has up to 11 bits, and the high part 12.
