@@ -40,6 +40,8 @@ __m128 _ZGVbN4v_log1pf(__m128);
 __m128d _ZGVbN2v_log1p(__m128d);
 __m128 _ZGVbN4v_log2f(__m128);
 __m128d _ZGVbN2v_log2(__m128d);
+__m128 _ZGVbN4v_log10f(__m128);
+__m128d _ZGVbN2v_log10(__m128d);
 }
 
 namespace {
@@ -63,14 +65,8 @@ constexpr drawn intervals[] = {
     {"Abs", {-1000, 1000}, {-1000, 1000}}, {"Exp", {-80, 80}, {-700, 700}},
     {"Exp2", {-120, 120}, {-1000, 1000}},  {"Exp10", {-36, 36}, {-300, 300}},
     {"Expm1", {-10, 10}, {-10, 10}},       {"Ln", {0, 1000}, {0, 1000}},
+    {"Log2", {0, 1000}, {0, 1000}},        {"Log10", {0, 1000}, {0, 1000}},
     {"Log1p", {-1, 10}, {-1, 10}},         {"Logb", {-1000, 1000}, {-1000, 1000}},
-    {"Abs", {-1000, 1000}, {-1000, 1000}},  {"Exp", {-80, 80}, {-700, 700}},
-    {"Ln", {0, 1000}, {0, 1000}},           {"Log1p", {-1, 10}, {-1, 10}},
-    {"Abs", {-1000, 1000}, {-1000, 1000}},
-    {"Exp", {-80, 80}, {-700, 700}},
-    {"Ln", {0, 1000}, {0, 1000}},
-    {"Log2", {0.001, 1000}, {0.001, 1000}},
-    {"Logb", {-1000, 1000}, {-1000, 1000}},
 };
 
 // A function of one V, element by element or vector by vector.
@@ -174,6 +170,14 @@ constexpr peer peers[] = {
     {"dLog2", "sleef u10 sse4", 1, EACH(__m128d, Sleef_log2d2_u10sse4)},
     {"dLog2", "sleef u35 sse2", 3.5, EACH(__m128d, Sleef_log2d2_u35sse2)},
     {"dLog2", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_log2d2_u35sse4)},
+    {"sLog10", "libm", 1, EACH(float, log10f)},
+    {"sLog10", "libmvec", 4, EACH(__m128, _ZGVbN4v_log10f)},
+    {"sLog10", "sleef u10 sse2", 1, EACH(__m128, Sleef_log10f4_u10sse2)},
+    {"sLog10", "sleef u10 sse4", 1, EACH(__m128, Sleef_log10f4_u10sse4)},
+    {"dLog10", "libm", 1, EACH(double, log10)},
+    {"dLog10", "libmvec", 4, EACH(__m128d, _ZGVbN2v_log10)},
+    {"dLog10", "sleef u10 sse2", 1, EACH(__m128d, Sleef_log10d2_u10sse2)},
+    {"dLog10", "sleef u10 sse4", 1, EACH(__m128d, Sleef_log10d2_u10sse4)},
     {"sLogb", "libm", 0, EACH(float, logbf)},
     {"dLogb", "libm", 0, EACH(double, logb)},
 };

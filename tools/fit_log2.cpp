@@ -1,8 +1,8 @@
 // Fits the coefficients of the kernels of Log2 and Log10 and compares them with given ones.
 //
 // A form approximates log(1 + r), to a base, for |r| up to some bound. The largest error is printed as a power of
-// two, for the given coefficients, the unrounded and the rounded fit: relative to the smallest result in which the
-// term occurs or, at EP, to at least 1/4. No rounding in the evaluation is counted.
+// two, for the given coefficients, the unrounded and the rounded fit: relative to the smallest result with that r
+// or, at EP, to at least 1/4. No rounding in the evaluation is counted.
 //
 // Usage: fit_log2 [number...], the forms of these numbers or all.
 
@@ -28,7 +28,13 @@ struct form {
   bool ep;
   std::vector<term> terms;
   std::vector<double> given = {};  // coefficients to compare with, one a free term, or none
+  real step = 0;                   // of a table by rows of m, half the distance of rows
 };
+
+// Where |r| passes so many half steps, results have so many at least.
+constexpr struct {
+  double beyond, result;
+} rounded_rows[] = {{1.2, 14.8}, {1.1, 10.9}, {1.05, 6.9}, {1.01, 2.99}};
 
 void print_set(const form& f, const char* name, const minimax_fitter& fitter, const std::vector<real>& c) {
   std::printf("  %-10s 2^%.3f\n", name, static_cast<double>(log2(fitter.largest_error(c))));
@@ -42,21 +48,30 @@ void print_set(const form& f, const char* name, const minimax_fitter& fitter, co
 void run(const form& f) {
   std::printf("%d. base %d, %s\n", f.number, f.base, f.title);
   const real factor = 1 / log(real(f.base)), log_2 = factor * log(real(2));
-  // The smallest |k log 2 + log(1 + r)|: for k = 0 or, near the lower end of the interval without a table, for 1.
-  const auto result = [=](const real& r) {
+  // The smallest result with this r: that of k = 0 or, near the lower end of the interval without a table, of k = 1.
+  // With rows of m, the one below 1 begins half a step from it. Where reciprocals are rounded, r beyond half a step is
+  // only met farther from 1.
+  const auto size = [&](const real& r) {
     const real zero = abs(factor * log1p(r)), one = log_2 + factor * log1p(r);
-    return one < zero ? one : zero;
+    const real size = one < zero ? one : zero;
+    if (f.ep && size < real(0.25)) return real(0.25);
+    if (f.step.sign() == 0) return size;
+    for (const auto& [beyond, result] : rounded_rows)
+      if (abs(r) > f.step * beyond) return factor * f.step * result;
+    return r < f.step * -0.5 ? factor * (2 * f.step + r) : size;
   };
   minimax_problem p;
   p.low = -f.half;
   p.high = f.half;
   p.terms = f.terms;
   p.jumps = {real(0)};
+  if (f.step.sign() != 0) p.jumps = {f.step * -0.5, real(0)};
+  for (std::size_t i = std::size(rounded_rows); f.step.sign() != 0 && i-- > 0;) {
+    p.jumps.insert(p.jumps.begin(), f.step * -rounded_rows[i].beyond);
+    p.jumps.push_back(f.step * rounded_rows[i].beyond);
+  }
   p.target = [=](const real& r) { return factor * log1p(r); };
-  p.weight = [=, ep = f.ep](const real& r) {
-    const real size = result(r);
-    return 1 / (ep && size < real(0.25) ? real(0.25) : size);
-  };
+  p.weight = [=](const real& r) { return 1 / size(r); };
   const minimax_fitter fitter(std::move(p));
   if (!f.given.empty()) {
     std::vector<real> c;
@@ -120,6 +135,24 @@ std::vector<form> forms() {
        terms(0, 5),
        {0.43430084, -0.216831714, 0.144034356, -0.119593509, 0.100466065}},
       {9, "single HA, p = 7: head r + tail r + ... + c4 r^4", 10, 24, table(7), false, terms(0.43359375, 4)},
+      {10,
+       "double LA and EP, 512 rows: c1 r + ... + c5 r^5",
+       10,
+       53,
+       real(0x1.76p-10),
+       false,
+       terms(0, 5),
+       {},
+       real(0x1p-10)},
+      {11,
+       "double HA, 512 rows: head r + tail r + ... + c6 r^6",
+       10,
+       53,
+       real(0x1.76p-10),
+       false,
+       terms(0.43359375, 6),
+       {},
+       real(0x1p-10)},
   };
 }
 

@@ -89,10 +89,9 @@ int main(int argc, char** argv) {
   std::FILE* out = argc == 2 ? std::fopen(argv[1], "w") : nullptr;
   if (!out) return std::fprintf(stderr, "usage: log_tables FILE\n"), 1;
   std::fprintf(out, "// Written by tools/log_tables.cpp; read by the logarithm kernels.\n\n");
-  for (const base& b : {natural, binary, decimal}) {
+  for (const base& b : {natural, decimal}) {
     print_log2(out, b);
     rows(out, b, 9, true);
-    rows(out, b, 8, true);
   }
   rows(out, natural, 8, false);
   reciprocal_rows<double>(out, natural, 10, natural.places);

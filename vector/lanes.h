@@ -124,6 +124,18 @@ template <class T> ZUR_INLINE unsigned bits(flags<T> m) {
 #endif
 }
 
+// w - n in the signed halves of the words, n and each difference held within -2^15 and 2^15 - 1: a lane comes out
+// negative where, by its upper half, it was below n.
+ZUR_INLINE words saturated_difference(words w, std::int32_t n) {
+#if defined(__AVX512DQ__)
+  return (words)_mm512_subs_epi16((__m512i)w, _mm512_set1_epi32(n));
+#elif defined(__AVX2__)
+  return (words)_mm256_subs_epi16((__m256i)w, _mm256_set1_epi32(n));
+#else
+  return (words)_mm_subs_epi16((__m128i)w, _mm_set1_epi32(n));
+#endif
+}
+
 // About 1/x by the processor's estimate: of relative error below 1.5 * 2^-12, the same in every lane and at every
 // width, but not from one maker of processors to another.
 ZUR_INLINE vec<float> approx_reciprocal(vec<float> x) {

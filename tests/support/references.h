@@ -144,6 +144,40 @@ inline const reference Log2{
     .floor = 0.25,
 };
 
+// As for Ln, and powers of ten and the worst that was found.
+inline const reference Log10{
+    .precise = mpfr_log10,
+    .quick = std::log10,
+    .single = {0, 10},
+    .full = {0, 10},
+    .grid = 0x1p-11,
+    .points = {0,
+               0x1.0024d99398a57p0,
+               1,
+               0x1.ff8p-1,
+               0x1.ffcp-1,
+               0x1.004p0,
+               0x1.008p0,
+               0x1.00cp0,
+               0x1.018p0,
+               0x1.555556p-1,
+               0x1.555556p0,
+               0x1.7fcp-1,
+               0x1.7fcp0,
+               0x1.7f8p-1,
+               0x1.7f8p0,
+               10,
+               1000,
+               1e22,
+               0x1p-149,
+               0x1p-126,
+               0x1.fffffep127,
+               0x1p-1074,
+               0x1p-1022,
+               0x1.fffffffffffffp1023},
+    .floor = 0.25,
+};
+
 inline int floor_log2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
   if (!mpfr_regular_p(x)) return mpfr_abs(r, x, rounding), mpfr_zero_p(x) ? mpfr_log(r, r, rounding) : 0;
   return mpfr_set_si(r, mpfr_get_exp(x) - 1, rounding);

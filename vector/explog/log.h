@@ -11,10 +11,7 @@ template <class T, std::uint32_t margin = 0> ZUR_INLINE flags<T> not_positive_no
   constexpr std::uint32_t least = sizeof(T) == 4 ? 0x00800000 : 0x00100000;  // of double, the upper word
   constexpr std::int32_t bound = (margin + 2) * least;
   const words w = as<words>(as<pattern<float>>(x) + (margin + 1) * least);  // of what is too large, negative
-#if defined(__AVX512DQ__)
-  if constexpr (sizeof(T) == 4) return _mm512_cmplt_epi32_mask((__m512i)w, _mm512_set1_epi32(bound));
-#endif
-  return where<T>(as<ints<T>>(w < bound));
+  return where<T>(as<ints<T>>(saturated_difference(w, bound)));
 }
 
 // The routine of all kernels: `log` gives the logarithm of a positive argument, denormal or not.
@@ -76,6 +73,20 @@ ZUR_INLINE log_entry lookup_row(const double (*table)[4], ints<double> j) {
 ZUR_INLINE vec<double> reduced(vec<double> m, vec<double> rcp) {
   const vec<double> hi = as<vec<double>>(as<pattern<double>>(m) & 0xFFFFFFFF00000000), lo = m - hi;
   return (hi * rcp - 1.0) + lo * rcp;
+}
+
+// k log 2 + hi + lo + log(1 + r) to any base, rounded nearly once. D tells log 2 in two parts, of which the first has
+// so few bits that k log 2 + hi is exact; and log(1 + r) = (head + tail) r + c2 r^2 + ... by a head with so few bits
+// that its product with the leading ones of r is exact, and by all else, `rest`. With the error of the largest sum
+// kept, only what is small beside the result is rounded before it.
+template <class D, class T = typename D::type>
+ZUR_INLINE vec<T> precise_log(vec<T> k, vec<T> hi, vec<T> lo, vec<T> r) {
+  constexpr std::uint64_t leading = sizeof(T) == 4 ? 0xFFFFFF00 : 0xFFFFFFFFFFFFF000;
+  const vec<T> r_hi = as<vec<T>>(as<pattern<T>>(r) & leading), r_lo = r - r_hi;
+  const vec<T> a = k * D::log2_hi + hi, b = r_hi * D::head, sum = a + b;
+  vec<T> small = (b - (sum - a)) + lo;  // a is 0 or larger than b
+  if constexpr (D::log2_lo != 0) small = small + k * D::log2_lo;
+  return sum + (small + (r_lo * D::head + D::rest(r)));
 }
 
 // ln(2^k (m + low)) in double; m + low differs from m by a rounding error, or low is left out. Errors below 0.65 ulp.

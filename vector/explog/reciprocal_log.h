@@ -35,7 +35,7 @@ template <int p, class T, int raised = 0> ZUR_INLINE reciprocal_split<T> split_r
     const vec<double> v = as<vec<double>>((bits & low) | leading);
     // In single: the leading bits of v in the low word and infinity, of reciprocal 0, in the high one. To that, 176 is
     // added, of which the pattern makes the sum a double: 2^52 + the pattern of the low word.
-    const auto halves = ((bits >> 29) & fraction) | (0x7F80000000000000 | binade);
+    const auto halves = (as<pattern<double>>(v) >> 29) + ((0x7F80000000000000 | binade) - (leading >> 29));
     constexpr std::uint64_t shifts = 0x4330000000000000 | __builtin_bit_cast(std::uint32_t, shift);
     const vec<float> s =
         approx_reciprocal(as<vec<float>>(halves)) + as<vec<float>>(pattern<double>{} + shifts);
@@ -48,19 +48,6 @@ template <int p, class T, int raised = 0> ZUR_INLINE reciprocal_split<T> split_r
 ZUR_INLINE vec<float> reduced(vec<float> v, vec<float> c) {
   const vec<float> hi = as<vec<float>>(as<pattern<float>>(v) & 0xFFFFF000), lo = v - hi;
   return (hi * c - 1.0f) + lo * c;
-}
-
-// The logarithm at HA: log(1 + r) is (head + tail) r + c2 r^2 + c3 r^3 + ..., of which D tells the head and,
-// in `rest`, all else. The head has so few bits that its product with the leading ones of r is exact, and the
-// rounding error of the largest sum is kept; so only what is small beside the result is rounded before it.
-template <class D, class T> ZUR_INLINE vec<T> precise_log(const reciprocal_split<T>& x) {
-  constexpr std::uint64_t leading = sizeof(T) == 4 ? 0xFFFFFF00 : 0xFFFFFFFFFFFFF000;
-  const vec<T> r = reduced(x.v, x.c), r_hi = as<vec<T>>(as<pattern<T>>(r) & leading), r_lo = r - r_hi;
-  const auto [hi, lo] = lookup_pair(D::table, x.row);
-  const vec<T> a = x.k * D::table[0][0] + hi, b = r_hi * D::head, sum = a + b;
-  vec<T> small = (b - (sum - a)) + lo;  // a is 0 or larger than b
-  if constexpr (D::table[0][1] != 0) small = small + x.k * D::table[0][1];
-  return sum + (small + (r_lo * D::head + D::rest(r)));
 }
 
 }  // namespace
