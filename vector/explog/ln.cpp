@@ -1,7 +1,7 @@
 // ln x.
 //
 // Single: x = 2^k (1 + f), 1 + f in [2/3, 4/3), and ln x = k ln 2 + ln(1 + f) by a polynomial. Double: by
-// table rows, see log.h. Both are exact steps near 1, where k is 0, so that small results keep their relative
+// table rows, see log.h. Near 1 k is 0 and the reduction is exact, so that small results keep their relative
 // accuracy. Largest errors in ulp, measured (docs/accuracy.md); the twins have the same:
 //
 //            LA     HA     EP
@@ -15,7 +15,6 @@ namespace zur::inline ZUR_WIDTH {
 namespace {
 
 // ---- single
-// --------------------------------------------------------------------------------------------------
 
 // `ln` adds k ln 2, the factor scaled because k() is.
 constexpr float ln2 = 0x1.62e43p-1f * 0x1p-23f;
@@ -69,7 +68,6 @@ template <level L, class M, int width> struct single_ln : usual_kernel {
 };
 
 // ---- double
-// --------------------------------------------------------------------------------------------------
 
 // A logarithm by rows, of a number 2^k m.
 struct double_ha {

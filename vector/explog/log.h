@@ -89,7 +89,7 @@ ZUR_INLINE vec<T> precise_log(vec<T> k, vec<T> hi, vec<T> lo, vec<T> r) {
   return sum + (small + (r_lo * D::head + D::rest(r)));
 }
 
-// ln(2^k (m + low)) in double; m + low differs from m by a rounding error, or low is left out. Errors below 0.65 ulp.
+// ln(2^k (m + low)) in double; m + low differs from m by a rounding error, or low is left out. Errors below 0.66 ulp.
 //
 // It is (k ln 2 + ln(1/rcp)) + ln(1 + r), the first sum exact in its high parts and r = m rcp - 1 exact. The
 // polynomial is fitted by tools/fit_log.cpp: 0.14 ulp.
