@@ -1,0 +1,298 @@
+/*
+ * arko/stream.h - random number streams and the basic generators behind them.
+ *
+ * A stream is one record: a head, then the state of a basic generator. A generator is known by its code and has a
+ * row in a registry, with the entry that initialises its state and three that fill an array from it:
+ *
+ *   void* stream;
+ *   const uint32_t seed[1] = {7777777};
+ *   uint32_t words[1000];
+ *   if (__kovNewStreamEx(&stream, KOV_BRNG_MRG32K3A, 1, seed) == KOV_STATUS_OK)
+ *     __koviBRngMRG32K3A(stream, 1000, words);
+ *   __kovDeleteStream(&stream);
+ *
+ * All entries return a status unless their comment says otherwise: KOV_STATUS_OK, or a negative number of the
+ * list below. A stream may be used by one thread at a time; different streams are independent of each other,
+ * also where they share chunk data.
+ */
+#ifndef ARKO_STREAM_H
+#define ARKO_STREAM_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Statuses ---------------------------------------------------------------------------- */
+
+#define KOV_STATUS_OK 0
+#define KOV_STATUS_BAD_METHOD (-2)   /* method of an InitStream entry out of range */
+#define KOV_STATUS_BAD_ARGUMENT (-3) /* abstract stream: a required argument is null, or the interval empty */
+#define KOV_STATUS_NO_MEMORY (-4)
+#define KOV_STATUS_NULL_ENTRY \
+  (-5) /* a function of a registered row is null; an abstract stream without buffer */
+#define KOV_STATUS_BAD_BRNG (-1000) /* the code selects no generator, or none that can be made in this way */
+#define KOV_STATUS_NO_LEAPFROG (-1002)        /* the generator has none */
+#define KOV_STATUS_NO_SKIPAHEAD (-1003)       /* the generator has none, or the count is out of its range */
+#define KOV_STATUS_NO_SKIPAHEADEX (-1004)     /* the generator has no skip by a long count */
+#define KOV_STATUS_BAD_STATE_SIZE (-1008)     /* registered StateSize negative */
+#define KOV_STATUS_BAD_WORD_SIZE (-1009)      /* registered WordBytes not 4, 8 or 16 */
+#define KOV_STATUS_BAD_SEED_COUNT (-1010)     /* registered SeedCount below 1 */
+#define KOV_STATUS_BAD_BIT_COUNT (-1011)      /* registered BitCount below 1 */
+#define KOV_STATUS_QRNG_EXHAUSTED (-1012)     /* a quasi-random sequence would pass its last index */
+#define KOV_STATUS_BAD_STREAM_COUNT (-1013)   /* leapfrog among a negative number of streams */
+#define KOV_STATUS_BITS_NOT_SUPPORTED (-1014) /* the generator's words do not have all bits random */
+#define KOV_STATUS_NO_RDRAND (-1130)          /* the processor lacks the instruction */
+#define KOV_STATUS_RDRAND_FAILED (-1131)      /* the instruction gave no number in all its retries */
+#define KOV_STATUS_NO_AES (-1140)             /* the processor lacks the instructions */
+#define KOV_STATUS_BAD_PROBABILITIES (-1150)  /* multinomial probabilities out of range */
+#define KOV_STATUS_RO_NOT_FOUND (-3000)       /* shared data: the id is null, zero or not in the table */
+#define KOV_STATUS_RO_TABLE_FULL (-3001)      /* shared data: all 128 entries are in use */
+
+/* ---- Generators -------------------------------------------------------------------------- */
+
+/*
+ * Codes of the families. A member of a family of more than one has the family's code plus its number: WH has
+ * members 0 to 272, MT2203 0 to 6023. The old codes 0 to 3, 4 to 276 (WH), 277 and 278 name the first seven
+ * families too.
+ */
+#define KOV_BRNG_MCG31M1 0x100000
+#define KOV_BRNG_R250 0x200000
+#define KOV_BRNG_MRG32K3A 0x300000
+#define KOV_BRNG_MCG59 0x400000
+#define KOV_BRNG_WH 0x500000
+#define KOV_BRNG_SOBOL 0x600000
+#define KOV_BRNG_NIEDERR 0x700000
+#define KOV_BRNG_MT19937 0x800000
+#define KOV_BRNG_MT2203 0x900000
+#define KOV_BRNG_IABSTRACT 0xA00000
+#define KOV_BRNG_DABSTRACT 0xB00000
+#define KOV_BRNG_SABSTRACT 0xC00000
+#define KOV_BRNG_SFMT19937 0xD00000
+#define KOV_BRNG_TRNG 0xE00000
+#define KOV_BRNG_ARS5 0xF00000
+#define KOV_BRNG_PHILOX4X32X10 0x1000000
+
+/* Data attached to a stream under a number. */
+struct StreamChunk {
+  int32_t ChunkId;   /* 1 to 7 distributions; 9, 10 and 13 quasi-random generators */
+  int32_t ChunkSize; /* of the data, in bytes */
+  void* ChunkData;
+  struct StreamChunk* ChunkNext; /* null at the end */
+  uint64_t ChunkGlobalId[2];     /* zero: the data are the stream's own; else their id in the shared table */
+};
+
+/* The head of every stream record; the generator's state follows. */
+struct BrngStream {
+  int32_t Brng; /* the code as it was given */
+  uint8_t HeadTag, HeadFlags;
+  uint16_t HeadReserved;
+  struct StreamChunk* ChunkList;
+};
+
+/* A generator's row in the registry. */
+struct BrngProperties {
+  int32_t StateSize;    /* bytes of the stream record, head included */
+  int32_t SeedCount;    /* seed words; times WordBytes: bytes that __kovCopyStreamState moves */
+  int32_t IncludesZero; /* 1 when an output can be zero, else 0 */
+  int32_t WordBytes;    /* of one output of FillInteger: 4, 8 or 16 */
+  int32_t BitCount;     /* significant bits of an output, or of each 32-bit part where WordBytes is 16 */
+  int32_t (*InitStream)(int32_t method, void* stream, int32_t count, const void* params);
+  int32_t (*FillSingle)(void* stream, int32_t n, float* r, float a, float b);
+  int32_t (*FillDouble)(void* stream, int32_t n, double* r, double a, double b);
+  int32_t (*FillInteger)(void* stream, int32_t n, uint32_t* r);
+};
+
+/* Methods of InitStream, with what `count` and `params` are. */
+#define KOV_INIT_NEW 0       /* number of seed words; the seed words, uint32_t */
+#define KOV_INIT_LEAPFROG 1  /* number of streams; pointer to this stream's number k, int32_t */
+#define KOV_INIT_SKIPAHEAD 2 /* 2; pointer to the count, 64 bits */
+#define KOV_INIT_SKIPAHEADEX \
+  3 /* number of words; the count in words of 64 bits, the least significant first */
+
+/*
+ * The registry. Row r of __RegBrngsNew answers to codes from (r + 1) << 20 on; rows up to 15 are the families
+ * above, further ones are added by __kovRegisterBrng. __RegBrngs is indexed by old codes.
+ */
+extern struct BrngProperties __RegBrngs[512], __RegBrngsNew[512];
+
+/*
+ * The table that a code belongs to, with its row and its number within the family. Any code is taken apart,
+ * whether or not it is valid.
+ */
+struct BrngProperties* __kovGetBrngBaseOffset(int32_t code, int32_t* row, int32_t* member);
+/* 0 when the row of the table is in use and has such a member, else KOV_STATUS_BAD_BRNG. */
+int32_t __kovIsBrngValid(const struct BrngProperties* table, int32_t row, int32_t member);
+/* Copies a generator's row; KOV_STATUS_BAD_BRNG, with nothing written, on a bad code. */
+int32_t __kovGetBrngProperties(int32_t code, struct BrngProperties* properties);
+/* The code that the stream was made with. */
+int32_t __kovGetStreamStateBrng(const void* stream);
+/* The number of rows in use in __RegBrngsNew. */
+int32_t __kovGetNumRegBrngs(void);
+/*
+ * Adds a generator and returns its code, or one of the statuses -1008 to -1011 and KOV_STATUS_NULL_ENTRY. With
+ * all 512 rows in use the answer is KOV_STATUS_BAD_BRNG. Not safe beside other calls of this layer.
+ */
+int32_t __kovRegisterBrng(const struct BrngProperties* properties);
+
+/* ---- Streams ----------------------------------------------------------------------------- */
+
+/*
+ * A new stream of a generator, seeded with `nseed` words; each generator's entry tells what it makes of them.
+ * On a bad code and without memory *stream is null. Where the generator itself refuses, its status is the
+ * result and the record is there, to be deleted.
+ */
+int32_t __kovNewStreamEx(void** stream, int32_t code, int32_t nseed, const uint32_t* seed);
+/* A record with its head filled and its state zero, for code that fills the state in. */
+int32_t __kovAllocateStream(void** stream, const struct BrngProperties* table, int32_t code, int32_t row,
+                            int32_t member);
+/*
+ * A copy that goes on from where the source stands, with copies of its chunks. If a chunk cannot be copied, the
+ * status is KOV_STATUS_NO_MEMORY and the new record is there, without chunks, to be deleted.
+ */
+int32_t __kovCopyStream(void** newstream, const void* source);
+/*
+ * Copies the first WordBytes * SeedCount bytes of the state and the chunks of a stream to another one of the
+ * same generator. What lies behind them, such as the multiplier of MCG31M1 and MCG59, stays the destination's.
+ */
+int32_t __kovCopyStreamState(void* destination, const void* source);
+/* Releases the stream with its chunks and stores null. A null stream is allowed. */
+int32_t __kovDeleteStream(void** stream);
+
+/*
+ * Make the stream deliver every nstreams-th number of its sequence from the k-th (counted from 0) on; pass over
+ * the next nskip numbers; pass over a count of nwords words, the least significant first. Which generators can
+ * do this is told with their entries; the others answer -1002, -1003 and -1004, and the stream is unchanged.
+ */
+int32_t __kovLeapfrogStream(void* stream, int32_t k, int32_t nstreams);
+int32_t __kovSkipAheadStream(void* stream, int64_t nskip);
+int32_t __kovSkipAheadStreamEx(void* stream, int32_t nwords, const uint64_t* words);
+
+/* ---- Chunks and shared data -------------------------------------------------------------- */
+
+/*
+ * Chunks. Data given to __kovAddChunk must come from arko_serv_allocate; from then on they belong to the stream,
+ * unless the shared table holds data under the same global id: those are attached in their place and the given
+ * block stays the caller's. An id that the table has no room for becomes zero. Newest chunks are found first.
+ */
+int32_t __kovAddChunk(void* stream, int32_t id, const uint64_t* global_id, void* data, int32_t size);
+/* The data of the first chunk with this number, or null. */
+void* __kovSearchChunk(const void* stream, int32_t id);
+int32_t __kovGetNumChunks(const void* stream);
+int32_t __kovDeleteChunksById(void* stream, int32_t id);
+int32_t __kovDeleteChunks(void* stream);
+/* Adds copies of the source's chunks, the last one first. Without memory the destination is left with none. */
+int32_t __kovCopyChunks(void* destination, const void* source);
+
+/* An entry of the process-wide table of read-only data, which lives as long as a chunk refers to it. */
+struct GlobRODataTableEntry {
+  uint64_t GlobalId[2];
+  int32_t RefCount;
+  void* EntryData;
+};
+
+/*
+ * Operations on the table, safe from any thread. An id is a pair of words that are not both zero. Entries move
+ * when others are removed, so a pointer to one holds only while no other thread may remove any.
+ */
+int32_t __kovFindGlobRODataTableEntry(struct GlobRODataTableEntry** entry, const uint64_t* global_id);
+/* Adds an entry with one reference. `data` must come from arko_serv_allocate. */
+int32_t __kovCreateGlobRODataTableEntry(struct GlobRODataTableEntry** entry, const uint64_t* global_id,
+                                        void* data);
+/* Adds a reference and stores the entry's data into the chunk. */
+int32_t __kovRegisterGlobRODataReference(struct StreamChunk* chunk, const uint64_t* global_id);
+/* Takes a reference away; with the last one the entry goes and its data are released. */
+int32_t __kovUnregisterGlobRODataReference(const uint64_t* global_id);
+/* An id that the table does not hold, from the processor's time-stamp counter and the value. Returns 0. */
+int32_t __kovGenerateNewGlobalRODataTableEntryId(uint64_t* global_id, int64_t value);
+
+/* ---- Helpers ----------------------------------------------------------------------------- */
+
+/* Whether the processor has RDRAND; SSE2 with AES-NI; what arko_serv_cpuisicx tells. Not statuses. */
+int32_t __kovCPUisRDRAND(void);
+int32_t __kovCPUisAES(void);
+int32_t __kovCPUisVAES(void);
+
+/* Square root, correctly rounded; the largest integer not above x, -0 for -0. */
+double _kovdSqrt(double x);
+double _kovdFloor(double x);
+/*
+ * Natural logarithm by a table of 65 rows. Zero, negative numbers, infinity and NaN give -744.4400719213812, a
+ * number, so that a generator which takes the logarithm of a zero goes on.
+ */
+double _kovdLn(double x);
+
+/* ---- Basic generators -------------------------------------------------------------------- */
+
+/*
+ * The entries of a family: its InitStream, and the fills in double, single and integer form. A fill writes n
+ * numbers, n at least 1, and moves the stream on by n outputs, whatever its type: fills of 3 and 4 numbers
+ * deliver what a fill of 7 does. Real numbers are uniform between a and b, computed in double:
+ * a + x ((b - a) 2^-bits) from the integer output x, in single rounded at the end.
+ */
+#define KOV_BRNG_ENTRIES(family)                                                                          \
+  int32_t __kovBRng##family##InitStream(int32_t method, void* stream, int32_t count, const void* params); \
+  int32_t __kovdBRng##family(void* stream, int32_t n, double* r, double a, double b);                     \
+  int32_t __kovsBRng##family(void* stream, int32_t n, float* r, float a, float b);                        \
+  int32_t __koviBRng##family(void* stream, int32_t n, uint32_t* r)
+
+/*
+ * MCG31M1. x' = 1132489760 x mod 2^31 - 1 (L'Ecuyer, "Tables of linear congruential generators of different sizes
+ * and good lattice structure", 1999). Output: x before the step, 31 bits. Seed: x = seed[0] mod 2^31 - 1; 1 in
+ * place of 0 and without a seed. Leapfrog and skip.
+ */
+KOV_BRNG_ENTRIES(MCG31M1);
+
+/*
+ * MCG59. x' = 13^13 x mod 2^59. Output: x before the step, 59 bits in words of 8 bytes, so `r` of the integer
+ * fill has room for 2n numbers; it need not be aligned to more than 4 bytes. Seed: x = seed[0], or seed[0] +
+ * 2^32 (seed[1] mod 2^27) with two words or more; 1 in place of 0 and without a seed. Leapfrog and skip.
+ */
+KOV_BRNG_ENTRIES(MCG59);
+
+/*
+ * MRG32K3A (L'Ecuyer, "Good parameters and implementations for combined multiple recursive random number
+ * generators", 1999), with m1 = 2^32 - 209 and m2 = 2^32 - 22853:
+ * x(n) = 1403580 x(n-2) - 810728 x(n-3) mod m1, y(n) = 527612 y(n-1) - 1370589 y(n-3) mod m2.
+ * Output: x(n) - y(n) mod m1, after the step. Seed: the six values, x first and oldest first; missing ones are 1,
+ * too large ones have the modulus subtracted, three zeros become (1, 0, 0). Both forms of skip.
+ */
+KOV_BRNG_ENTRIES(MRG32K3A);
+
+/*
+ * WH, 273 members. Four components x' = a x mod m, with multipliers and moduli of the member's own. Output: the
+ * four components before the step, 16 bytes, so `r` of the integer fill has room for 4n numbers; a real number is
+ * a + t (b - a), t the fraction of the sum of x/m over the components. Seed: one word for each component, taken mod
+ * m; 1 in place of 0 and where words are missing. Leapfrog and skip.
+ */
+KOV_BRNG_ENTRIES(WH);
+
+/* ---- Powers ------------------------------------------------------------------------------ */
+
+/* a^n mod m, mod 2^31 - 1, mod 2^59. The results are the powers. */
+uint32_t __koviPowMod(uint32_t a, uint64_t n, uint32_t m);
+uint32_t __koviPowMod2P31M1(uint32_t a, uint64_t n);
+uint64_t __koviPowMod2P59(uint64_t a, uint64_t n);
+
+/*
+ * n steps of v(n) = c1 v(n-1) + c2 v(n-2) + c3 v(n-3) mod m at once: `vector` is the last three values, the oldest
+ * first, and `coefficients` c1, c2, c3; all are below m. The second form takes a count of nwords words, the least
+ * significant first; beyond 10 words it needs memory, and leaves the vector as it is where there is none.
+ */
+int32_t __koviVect3PowMod(uint32_t* vector, const uint32_t* coefficients, uint32_t m, uint64_t n);
+int32_t __koviVect3PowArrayMod(uint32_t* vector, const uint32_t* coefficients, uint32_t m, int32_t nwords,
+                               const uint64_t* words);
+/*
+ * The same for the two components of MRG32K3A, from a table of 193 matrices of 3 by 3 numbers, row by row: the
+ * component's one-step matrix to the powers 2^k. Set bits of the count from position 193 on are ignored.
+ */
+int32_t __koviVect3PowArrayMod_M1(uint32_t* vector, int32_t nwords, const uint64_t* words,
+                                  const uint32_t* table);
+int32_t __koviVect3PowArrayMod_M2(uint32_t* vector, int32_t nwords, const uint64_t* words,
+                                  const uint32_t* table);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,96 @@
+// Chunks: data attached to a stream, its own or shared through the table of read-only data.
+#include <arko/core.h>
+
+#include <cstring>
+
+#include "rng/block.h"
+#include "rng/shared_data.h"
+#include "rng/stream.h"
+
+using std::int32_t;
+
+namespace kov { namespace {
+
+StreamChunk*& list(void* stream) { return static_cast<BrngStream*>(stream)->ChunkList; }
+const StreamChunk* list(const void* stream) { return static_cast<const BrngStream*>(stream)->ChunkList; }
+
+void delete_chunk(StreamChunk* chunk) {
+  if (!is_shared(*chunk) || __kovUnregisterGlobRODataReference(chunk->ChunkGlobalId) != KOV_STATUS_OK)
+    arko_serv_deallocate(chunk->ChunkData);
+  arko_serv_deallocate(chunk);
+}
+
+// Unlinks and deletes the chunks that are meant; the others keep their order.
+template <class Meant> void delete_chunks(void* stream, Meant&& meant) {
+  for (StreamChunk** link = &list(stream); *link;) {
+    StreamChunk* chunk = *link;
+    if (meant(*chunk)) {
+      *link = chunk->ChunkNext;
+      delete_chunk(chunk);
+    } else {
+      link = &chunk->ChunkNext;
+    }
+  }
+}
+
+// The data of a chunk that the table holds need no copy: the chunk's own reference keeps them there.
+status copy_chunk(void* destination, const StreamChunk& chunk) {
+  GlobRODataTableEntry* entry;
+  const auto bytes = static_cast<std::size_t>(chunk.ChunkSize);
+  if (__kovFindGlobRODataTableEntry(&entry, chunk.ChunkGlobalId) == KOV_STATUS_OK || !chunk.ChunkData)
+    return __kovAddChunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, chunk.ChunkData, chunk.ChunkSize);
+  block<char> data(bytes);
+  if (!data) return KOV_STATUS_NO_MEMORY;
+  std::memcpy(data.get(), chunk.ChunkData, bytes);
+  const status s =
+      __kovAddChunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, data.get(), chunk.ChunkSize);
+  if (s == KOV_STATUS_OK && list(destination)->ChunkData == data.get()) data.release();
+  return s;
+}
+
+}  // namespace
+}  // namespace kov
+
+using namespace kov;
+
+KOV_EXPORT int32_t __kovAddChunk(void* stream, int32_t id, const std::uint64_t* global_id, void* data,
+                                 int32_t size) {
+  block<StreamChunk> chunk;
+  if (!chunk) return KOV_STATUS_NO_MEMORY;
+  *chunk.get() = {id, size, data, list(stream), {}};
+  if (global_id) std::memcpy(chunk->ChunkGlobalId, global_id, sizeof chunk->ChunkGlobalId);
+  if (is_shared(*chunk.get())) share(*chunk.get());
+  list(stream) = chunk.release();
+  return KOV_STATUS_OK;
+}
+
+KOV_EXPORT void* __kovSearchChunk(const void* stream, int32_t id) {
+  const StreamChunk* chunk = list(stream);
+  while (chunk && chunk->ChunkId != id) chunk = chunk->ChunkNext;
+  return chunk ? chunk->ChunkData : nullptr;
+}
+
+KOV_EXPORT int32_t __kovGetNumChunks(const void* stream) {
+  int32_t count = 0;
+  for (const StreamChunk* chunk = list(stream); chunk; chunk = chunk->ChunkNext) count++;
+  return count;
+}
+
+KOV_EXPORT int32_t __kovDeleteChunksById(void* stream, int32_t id) {
+  delete_chunks(stream, [&](const StreamChunk& chunk) { return chunk.ChunkId == id; });
+  return KOV_STATUS_OK;
+}
+
+KOV_EXPORT int32_t __kovDeleteChunks(void* stream) {
+  delete_chunks(stream, [](const StreamChunk&) { return true; });
+  return KOV_STATUS_OK;
+}
+
+KOV_EXPORT int32_t __kovCopyChunks(void* destination, const void* source) {
+  for (const StreamChunk* chunk = list(source); chunk; chunk = chunk->ChunkNext)
+    if (const status s = copy_chunk(destination, *chunk); s != KOV_STATUS_OK) {
+      __kovDeleteChunks(destination);
+      return s;
+    }
+  return KOV_STATUS_OK;
+}
