@@ -67,6 +67,8 @@ constexpr drawn intervals[] = {
     {"Expm1", {-10, 10}, {-10, 10}},       {"Ln", {0, 1000}, {0, 1000}},
     {"Log2", {0, 1000}, {0, 1000}},        {"Log10", {0, 1000}, {0, 1000}},
     {"Log1p", {-1, 10}, {-1, 10}},         {"Logb", {-1000, 1000}, {-1000, 1000}},
+    {"Inv", {0, 1000}, {0, 1000}},         {"Sqrt", {0, 1000}, {0, 1000}},
+    {"InvSqrt", {0, 1000}, {0, 1000}},
 };
 
 // A function of one V, element by element or vector by vector.
@@ -180,6 +182,19 @@ constexpr peer peers[] = {
     {"dLog10", "sleef u10 sse4", 1, EACH(__m128d, Sleef_log10d2_u10sse4)},
     {"sLogb", "libm", 0, EACH(float, logbf)},
     {"dLogb", "libm", 0, EACH(double, logb)},
+    {"sInv", "copy", HUGE_VAL, EACH(__m128, copied)},
+    {"sInv", "divps", 0.5, EACH(__m128, 1.0f /)},
+    {"dInv", "divpd", 0.5, EACH(__m128d, 1.0 /)},
+    {"sSqrt", "copy", HUGE_VAL, EACH(__m128, copied)},
+    {"sSqrt", "sqrtps", 0.5, EACH(__m128, _mm_sqrt_ps)},
+    {"sSqrt", "sleef u35 sse4", 3.5, EACH(__m128, Sleef_sqrtf4_u35sse4)},
+    {"dSqrt", "copy", HUGE_VAL, EACH(__m128d, copied)},
+    {"dSqrt", "sqrtpd", 0.5, EACH(__m128d, _mm_sqrt_pd)},
+    {"dSqrt", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_sqrtd2_u35sse4)},
+    {"sInvSqrt", "copy", HUGE_VAL, EACH(__m128, copied)},
+    {"sInvSqrt", "divps, sqrtps", 1, EACH(__m128, 1.0f / _mm_sqrt_ps)},
+    {"dInvSqrt", "copy", HUGE_VAL, EACH(__m128d, copied)},
+    {"dInvSqrt", "divpd, sqrtpd", 1, EACH(__m128d, 1.0 / _mm_sqrt_pd)},
 };
 
 // ---- Running

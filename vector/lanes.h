@@ -136,18 +136,32 @@ ZUR_INLINE words saturated_difference(words w, std::int32_t n) {
 #endif
 }
 
-// About 1/x by the processor's estimate: of relative error below 1.5 * 2^-12, the same in every lane and at every
-// width, but not from one maker of processors to another.
+// The processor's estimates of 1/x and 1/sqrt(x): of relative error below 1.5 * 2^-12, the same in every lane and at
+// every width, but not from one maker of processors to another. Denormal x count as zeros of their sign.
+#if defined(__AVX512DQ__)
+template <class F>
+ZUR_INLINE vec<float> by_halves(vec<float> x, F f) {  // the instructions on 512 bits are others
+  return __builtin_shufflevector(f(__builtin_shufflevector(x, x, 0, 1, 2, 3, 4, 5, 6, 7)),
+                                 f(__builtin_shufflevector(x, x, 8, 9, 10, 11, 12, 13, 14, 15)), 0, 1, 2, 3,
+                                 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+}
+#endif
 ZUR_INLINE vec<float> approx_reciprocal(vec<float> x) {
 #if defined(__AVX512DQ__)
-  const auto half = [](__m256 v) { return _mm256_rcp_ps(v); };  // the instruction on 512 bits is another
-  return __builtin_shufflevector(half(__builtin_shufflevector(x, x, 0, 1, 2, 3, 4, 5, 6, 7)),
-                                 half(__builtin_shufflevector(x, x, 8, 9, 10, 11, 12, 13, 14, 15)), 0, 1, 2,
-                                 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  return by_halves(x, [](__m256 v) { return _mm256_rcp_ps(v); });
 #elif defined(__AVX2__)
   return _mm256_rcp_ps(x);
 #else
   return _mm_rcp_ps(x);
+#endif
+}
+ZUR_INLINE vec<float> approx_reciprocal_root(vec<float> x) {
+#if defined(__AVX512DQ__)
+  return by_halves(x, [](__m256 v) { return _mm256_rsqrt_ps(v); });
+#elif defined(__AVX2__)
+  return _mm256_rsqrt_ps(x);
+#else
+  return _mm_rsqrt_ps(x);
 #endif
 }
 

@@ -204,5 +204,37 @@ inline const reference Log1p{
                0x1p53,   0x1p127, 0x1p1023, 0x1.fffffep127, 0x1p-149,      0x1p-1074, 0x1.fffffffffffffp1023},
 };
 
+// Roots. Their arithmetic is the same in all binades but the last ones of either end; the points are those ends, the
+// bounds of their fast paths, powers and the numbers beside them.
+inline const reference Inv{
+    .precise = [](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) { return mpfr_ui_div(r, 1, x, rounding); },
+    .quick = [](double x) { return 1 / x; },
+    .single = {-1e3, 1e3},
+    .full = {-1e3, 1e3},
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 1, -3, 0x1p126, 0x1.fffffep127, 0x1p1022,
+               0x1.fffffffffffffp1023},
+};
+
+inline const reference Sqrt{
+    .precise = mpfr_sqrt,
+    .quick = std::sqrt,
+    .single = {0, 1e3},
+    .full = {0, 1e3},
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-960, 0x1p-149, 0x1p-126, 1, 2, 4, 9, 0x1.fffffep127,
+               0x1.fffffffffffffp1023},
+};
+
+inline const reference InvSqrt{
+    .precise =
+        [](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
+          return mpfr_zero_p(x) ? mpfr_ui_div(r, 1, x, rounding) : mpfr_rec_sqrt(r, x, rounding);
+        },
+    .quick = [](double x) { return x == 0 ? 1 / x : 1 / std::sqrt(x); },
+    .single = {0, 1e3},
+    .full = {0, 1e3},
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-960, 0x1p-149, 0x1p-126, 1, 2, 4, 9, 0x1p126, 0x1.ffe002p127,
+               0x1.fffffep127, 0x1.fffffffffffffp1023},
+};
+
 }  // namespace references
 }  // namespace arko::test

@@ -1,0 +1,125 @@
+// Roots and reciprocals at their edges, in both types.
+
+#include <immintrin.h>
+
+#include "tests/vector/special_values.h"
+
+namespace {
+
+using namespace arko::test;
+
+template <class T> constexpr T inf = infinity<T>;
+template <class T> constexpr T quiet = arko::test::nan<T>;
+template <class T> constexpr T least = std::numeric_limits<T>::denorm_min();
+template <class T> constexpr T normal = std::numeric_limits<T>::min();
+template <class T> constexpr T greatest = std::numeric_limits<T>::max();
+
+bool unit(const kernel& k) { return !k.f->strided; }
+
+template <class T>
+const row<T> inv[] = {
+    {0, inf<T>, 2},          {T(-0.0), -inf<T>, 2}, {inf<T>, 0, 0},          {-inf<T>, T(-0.0), 0},
+    {quiet<T>, quiet<T>, 0}, {least<T>, inf<T>, 0}, {-least<T>, -inf<T>, 0}, near(normal<T>, 0),
+    near(T(3), 0),           near(T(-0.5), 0),      near(T(0x1p126), 0),     near(T(-0x1p126), 0),
+    near(greatest<T>, 0),
+};
+
+template <class T>
+const row<T> sqrt[] = {
+    {0, 0, 0},
+    {T(-0.0), T(-0.0), 0},
+    {inf<T>, inf<T>, 0},
+    {quiet<T>, quiet<T>, 0},
+    {-1, quiet<T>, 1},
+    {-least<T>, quiet<T>, 1},
+    {-inf<T>, quiet<T>, 1},
+    near(least<T>, 0),
+    near(T(0x3p-149), 0),
+    near(normal<T>, 0),
+    near(T(4), 0),
+    near(T(2), 0),
+    near(greatest<T>, 0),
+};
+
+template <class T>
+const row<T> inv_sqrt[] = {
+    {0, inf<T>, 2},
+    {T(-0.0), -inf<T>, 2},
+    {inf<T>, 0, 0},
+    {quiet<T>, quiet<T>, 0},
+    {-1, quiet<T>, 1},
+    {-least<T>, quiet<T>, 1},
+    {-inf<T>, quiet<T>, 1},
+    near(least<T>, 0),
+    near(T(0x3p-149), 0),
+    near(normal<T>, 0),
+    near(T(4), 0),
+    near(T(0x1p126), 0),
+    near(T(0x1.ffe002p127), 0),
+    near(greatest<T>, 0),
+};
+
+struct root {
+  const char* name;
+  long double (*function)(long double);
+  void (*single_rows)(const root&);
+  void (*double_rows)(const root&);
+};
+
+#define ROWS(table)                                                             \
+  [](const root& r) { check_rows<float>(r.name, table<float>, {r.function}); }, \
+      [](const root& r) { check_rows<double>(r.name, table<double>, {r.function}); }
+
+const root roots[] = {
+    {"Inv", [](long double x) { return 1 / x; }, ROWS(inv)},
+    {"Sqrt", [](long double x) { return std::sqrt(x); }, ROWS(sqrt)},
+    {"InvSqrt", [](long double x) { return 1 / std::sqrt(x); }, ROWS(inv_sqrt)},
+};
+
+TEST(roots, edges) {
+  for (const root& r : roots) {
+    r.single_rows(r);
+    r.double_rows(r);
+    check_signalling(r.name);
+  }
+}
+
+TEST(roots, screened_blocks) {
+  check_screened("Sqrt", -1.0f, unit);
+  check_screened("Sqrt", -1.0, unit);
+  check_screened("InvSqrt", 0.0, unit);
+  check_screened("Inv", 0.0f, [](const kernel& k) { return unit(k) && k.level == 2; });
+}
+
+// The level is what the processor estimates, in the vector and in the tail.
+TEST(roots, estimates_as_they_are) {
+  for (float x = 3e-38f; x < 8e37f; x *= 1.7f) {
+    float inverse, root;
+    _zursInv_11(1, &x, &inverse);
+    _zursSqrt_11(1, &x, &root);
+    EXPECT_EQ(inverse, _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))));
+    EXPECT_EQ(root, x * _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x))));
+  }
+}
+
+// Numbers of which the products with the estimate or its square leave the normal ones: accurate where denormal
+// results are flushed, too.
+TEST(roots, with_denormals_flushed) {
+  on_new_thread([] {
+    _zurSetMode(ZUR_FLUSH_DENORMALS);
+    for (const float x : {0x1.23456p-126f, 0x1.7p-120f, 0x1.6789acp126f, 0x1.e9p127f}) {
+      float r;
+      _zursInvSqrt(1, &x, &r);
+      EXPECT_NEAR(r * std::sqrt(double(x)), 1, 0x1p-23) << x;
+    }
+    for (const double x : {0x1.23456789abcdep-1022, 0x1.789abcdef0123p-1000, 0x1.23456789abcdep1023}) {
+      double r, s;
+      _zurdInvSqrt(1, &x, &r);
+      _zurdSqrt(1, &x, &s);
+      EXPECT_NEAR(r * std::sqrt(x), 1, 0x1p-51) << x;
+      EXPECT_NEAR(s / std::sqrt(x), 1, 0x1p-52) << x;
+    }
+  });
+}
+
+}  // namespace

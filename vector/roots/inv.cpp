@@ -1,0 +1,48 @@
+// 1 / x.
+//
+// By division, 0.5 ulp, except single at EP: the processor's estimate as it is, of relative error below 1.5 * 2^-12.
+#include "vector/roots/special.h"
+
+namespace zur::inline ZUR_WIDTH {
+namespace {
+
+template <class T> struct by_division : usual_kernel {
+  using function = fn::Inv<T>;
+  using type = T;
+  static constexpr level slot = la;
+  static constexpr int block = sizeof(T) == 4 ? 32 : 8;
+  static constexpr T filler = T(0.75);
+
+  static results<T> fast(vec<T> x) { return {{T(1) / x}, where<T>(x == T(0))}; }
+  static int routine(const T& x, T& r) { return pole(x, r); }
+};
+
+// From 2^126 on the estimate of 1/x is 0.
+struct estimate : usual_kernel {
+  using function = fn::Inv<float>;
+  using type = float;
+  static constexpr level slot = ep;
+  static constexpr int block = 8;
+  static constexpr bool screened = true;
+  static constexpr float filler = 0.75f;
+
+  static results<float> fast(vec<float> x) {
+    const vec<float> size = as<vec<float>>(as<pattern<float>>(x) & ~sign_bit<float>());
+    return {{approx_reciprocal(x)}, outside<float>(size, 0x00800000, 0x7E7FFFFF)};
+  }
+  static int routine(const float& x, float& r) {
+    if (x == 0) return pole(x, r);
+    return r = fp::divide(1.0f, x), ZUR_STATUS_OK;
+  }
+};
+
+}  // namespace
+
+TABLE(sInv) = {kernel<by_division<float>>, kernel<by_division<float>>, kernel<estimate>};
+TABLE(dInv) = {kernel<by_division<double>>, kernel<by_division<double>>, kernel<by_division<double>>};
+TABLE(sInvI) = {twin<strided<by_division<float>>>, twin<strided<by_division<float>>>,
+                twin<strided<estimate>>};
+TABLE(dInvI) = {twin<strided<by_division<double>>>, twin<strided<by_division<double>>>,
+                twin<strided<by_division<double>>>};
+
+}  // namespace zur::inline ZUR_WIDTH
