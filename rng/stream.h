@@ -3,9 +3,9 @@
 // A family is a struct that is its stream record: a BrngStream `head`, then the state, and
 //
 //   using word          what an integer fill writes; word64 where that has 64 bits
-//   using number        what real numbers are made of: std::uint32_t, std::uint64_t or double
-//   unit                a real number is a + number * (unit * (b - a))
-//   draw(n, r)          the next n outputs as words; as numbers too, where those are another type
+//   unit                a real number is a + x * (unit * (b - a)), x the output
+//   draw(n, sink)       the next n outputs into any sink of rng/sinks.h, where they are made in registers; or
+//   draw(n, words)      into an array, where they are made there
 //   seed(count, words)  and as far as the family has them leapfrog(k, streams), skip(count), skip_wide(words)
 //
 // all of which return a status. KOV_FAMILY makes the exported entries from it. Inside the module these are called
@@ -17,14 +17,18 @@
 #include <cstdint>
 #include <span>
 
+#include "rng/sinks.h"
+
 #define KOV_EXPORT extern "C" [[gnu::visibility("default")]]
 
 namespace [[gnu::visibility("hidden")]] kov {
 
 using status = std::int32_t;
 
-// A 64-bit output in the caller's array of 32-bit words.
-typedef std::uint64_t word64 __attribute__((aligned(4), may_alias));
+// A 64-bit output in the caller's array of 32-bit words, which need not be aligned to more than those.
+struct [[gnu::packed, gnu::may_alias]] word64 {
+  std::uint64_t value;
+};
 
 inline constexpr int family_shift = 20;  // codes have the family above, the member below
 
@@ -34,14 +38,6 @@ inline std::int32_t member_of(const BrngStream& stream) {
   __kovGetBrngBaseOffset(stream.Brng, &row, &member);
   return member;
 }
-
-// r[i] = a + x[i] s in double; x[i] is converted with one rounding at most.
-void to_reals(int n, const std::uint32_t* x, double* r, double a, double s);
-void to_reals(int n, const std::uint32_t* x, float* r, double a, double s);
-void to_reals(int n, const std::uint64_t* x, double* r, double a, double s);
-void to_reals(int n, const std::uint64_t* x, float* r, double a, double s);
-void to_reals(int n, const double* x, double* r, double a, double s);
-void to_reals(int n, const double* x, float* r, double a, double s);
 
 template <class F> status init(std::int32_t method, void* stream, std::int32_t count, const void* params) {
   F& f = *static_cast<F*>(stream);
@@ -66,21 +62,34 @@ template <class F> status init(std::int32_t method, void* stream, std::int32_t c
 }
 
 template <class F> status fill_words(void* stream, std::int32_t n, void* r) {
-  return static_cast<F*>(stream)->draw(n, static_cast<typename F::word*>(r));
+  F& f = *static_cast<F*>(stream);
+  auto* words = static_cast<typename F::word*>(r);
+  const word_sink<typename F::word> sink = {words};
+  if constexpr (requires { f.draw(n, sink); })
+    return f.draw(n, sink);
+  else
+    return f.draw(n, words);
 }
 
-// Numbers go through a block that stays in the nearest cache.
 template <class F, class T> status fill_reals(void* stream, std::int32_t n, T* r, T a, T b) {
   F& f = *static_cast<F*>(stream);
-  constexpr int block = 1024;
-  typename F::number x[block];
-  const double low = a, scale = (b - low) * F::unit;
-  for (; n > 0; n -= block, r += block) {
-    const int m = std::min(n, block);
-    if (const status s = f.draw(m, x); s != KOV_STATUS_OK) return s;
-    to_reals(m, x, r, low, scale);
+  const double low = a;
+  const real_sink<T> sink = {r, low, (b - low) * F::unit};
+  if constexpr (requires { f.draw(n, sink); }) {
+    return f.draw(n, sink);
+  } else {  // words go through a block that stays in the nearest cache
+    constexpr int block = 1024;
+    typename F::word words[block];
+    for (std::int32_t i = 0; i < n; i += block) {
+      const int m = std::min(n - i, block);
+      if (const status s = f.draw(m, words); s != KOV_STATUS_OK) return s;
+      int j = 0;
+      for (; j + 4 <= m; j += 4)
+        sink.put(i + j, _mm_loadu_si128(reinterpret_cast<const __m128i*>(words + j)));
+      for (; j < m; j++) sink.put(i + j, words[j]);
+    }
+    return KOV_STATUS_OK;
   }
-  return KOV_STATUS_OK;
 }
 
 #define KOV_FAMILY(family, F)                                                                               \

@@ -1,0 +1,207 @@
+// stream_bench: nanoseconds a number of the generators' fills beside peers, in one process.
+//
+//   stream_bench [Google Benchmark's options]
+//
+// Fills of 1024 numbers into one array, as a program would use them; all measurements are repeated in random order
+// and figures are medians of processor time. Ratios are to the words of std::mt19937, and for double fills to the
+// integer fill of the same generator. Serial peers are the recursions as they were published.
+#include <arko/stream.h>
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int block = 1024;
+
+// ---- Peers
+
+struct published_mrg32k3a {  // in double, as in the paper
+  double s10 = 12345, s11 = 12345, s12 = 12345, s20 = 12345, s21 = 12345, s22 = 12345;
+  std::uint32_t operator()() {
+    constexpr double m1 = 4294967087.0, m2 = 4294944443.0;
+    const auto mod = [](double p, double m) {
+      p -= static_cast<double>(static_cast<std::int64_t>(p / m)) * m;
+      return p < 0 ? p + m : p;
+    };
+    const double p1 = mod(1403580.0 * s11 - 810728.0 * s10, m1),
+                 p2 = mod(527612.0 * s22 - 1370589.0 * s20, m2);
+    s10 = s11, s11 = s12, s12 = p1;
+    s20 = s21, s21 = s22, s22 = p2;
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(p1 <= p2 ? p1 - p2 + m1 : p1 - p2));
+  }
+};
+struct serial_mcg31m1 {
+  std::uint64_t x = 1;
+  std::uint32_t operator()() {
+    const auto now = static_cast<std::uint32_t>(x);
+    x = x * 1132489760 % 2147483647;
+    return now;
+  }
+};
+struct serial_mcg59 {
+  std::uint64_t x = 1;
+  std::uint64_t operator()() {
+    const std::uint64_t now = x;
+    x = x * 302875106592253 & ((std::uint64_t{1} << 59) - 1);
+    return now;
+  }
+};
+struct serial_wh {
+  std::uint32_t x[4] = {1, 1, 1, 1};
+  struct output {
+    std::uint32_t x[4];
+  };
+  output operator()() {
+    constexpr std::uint64_t a[4] = {125, 117, 127, 126}, m[4] = {16770647, 16770643, 16770623, 16770617};
+    const output now = {x[0], x[1], x[2], x[3]};
+    for (int c = 0; c < 4; c++) x[c] = static_cast<std::uint32_t>(a[c] * x[c] % m[c]);
+    return now;
+  }
+};
+
+// ---- Measurements
+
+template <class Word, class F> void blocks(benchmark::State& state, F&& fill) {
+  std::vector<Word> r(block);
+  for (auto _ : state) {
+    fill(r.data());
+    benchmark::DoNotOptimize(r.data());
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * block);
+}
+
+template <class Word, class Generator> void peer(const char* name) {
+  benchmark::RegisterBenchmark(name, [](benchmark::State& state) {
+    Generator g;
+    blocks<Word>(state, [&](Word* r) {
+      for (int i = 0; i < block; i++) r[i] = static_cast<Word>(g());
+    });
+  });
+}
+
+template <class T> void copy(const char* name) {
+  benchmark::RegisterBenchmark(name, [](benchmark::State& state) {
+    const std::vector<T> from(block);
+    blocks<T>(state, [&](T* r) {
+      const T* source = from.data();
+      benchmark::DoNotOptimize(source);
+      std::memcpy(r, source, block * sizeof(T));
+    });
+  });
+}
+
+void family(const std::string& name, std::int32_t code) {
+  const auto measure = [=](const char* form, auto&& body) {
+    benchmark::RegisterBenchmark((name + '/' + form).c_str(), [=](benchmark::State& state) {
+      void* stream;
+      BrngProperties row;
+      const std::uint32_t seed = 7777777;
+      if (__kovNewStreamEx(&stream, code, 1, &seed) != KOV_STATUS_OK) return state.SkipWithError("no stream");
+      __kovGetBrngProperties(code, &row);
+      body(state, stream, row);
+      __kovDeleteStream(&stream);
+    });
+  };
+  measure("integer", [](benchmark::State& state, void* stream, const BrngProperties& row) {
+    struct word {
+      std::uint32_t w[4];
+    };
+    blocks<word>(state, [&](word* r) { row.FillInteger(stream, block, r->w); });
+  });
+  measure("double", [](benchmark::State& state, void* stream, const BrngProperties& row) {
+    blocks<double>(state, [&](double* r) { row.FillDouble(stream, block, r, 0, 1); });
+  });
+  measure("single", [](benchmark::State& state, void* stream, const BrngProperties& row) {
+    blocks<float>(state, [&](float* r) { row.FillSingle(stream, block, r, 0, 1); });
+  });
+}
+
+// Nanoseconds a call.
+void skip(const char* name, std::int32_t code, const std::vector<std::uint64_t>& count) {
+  benchmark::RegisterBenchmark(name, [=](benchmark::State& state) {
+    void* stream;
+    if (__kovNewStreamEx(&stream, code, 0, nullptr) != KOV_STATUS_OK) return state.SkipWithError("no stream");
+    for (auto _ : state) {
+      const std::int32_t status =
+          count.size() == 1
+              ? __kovSkipAheadStream(stream, static_cast<std::int64_t>(count[0]))
+              : __kovSkipAheadStreamEx(stream, static_cast<std::int32_t>(count.size()), count.data());
+      if (status != KOV_STATUS_OK) state.SkipWithError("refused");
+    }
+    __kovDeleteStream(&stream);
+  });
+}
+
+// Medians by name, then the table.
+class table : public benchmark::BenchmarkReporter {
+ public:
+  bool ReportContext(const Context&) override { return true; }
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
+      const double calls = static_cast<double>(run.iterations);
+      const bool fill = run.counters.count("items_per_second") != 0;
+      times_[run.run_name.function_name].push_back(run.cpu_accumulated_time / calls * 1e9 /
+                                                   (fill ? block : 1));
+    }
+  }
+  void Finalize() override {
+    std::map<std::string, double> medians;
+    for (auto& [name, times] : times_) {
+      std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2),
+                       times.end());
+      medians[name] = times[times.size() / 2];
+    }
+    std::printf("%-28s %12s %14s %12s\n", "", "ns", "to mt19937", "to integer");
+    for (const auto& [name, time] : medians) {
+      const auto slash = name.find('/');
+      std::printf("%-28s %12.3f", name.c_str(), time);
+      if (medians.count("std::mt19937")) std::printf(" %14.3f", time / medians["std::mt19937"]);
+      if (const auto integer = medians.find(name.substr(0, slash) + "/integer");
+          slash != name.npos && integer != medians.end())
+        std::printf(" %12.3f", time / integer->second);
+      std::puts("");
+    }
+  }
+
+ private:
+  std::map<std::string, std::vector<double>> times_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<char*> options(argv, argv + argc);
+  char interleave[] = "--benchmark_enable_random_interleaving=true", repeat[] = "--benchmark_repetitions=9",
+       brief[] = "--benchmark_min_time=0.02";
+  options.insert(options.begin() + 1, {interleave, repeat, brief});
+  int count = static_cast<int>(options.size());
+  benchmark::Initialize(&count, options.data());
+
+  peer<std::uint32_t, std::mt19937>("std::mt19937");
+  peer<std::uint32_t, published_mrg32k3a>("MRG32K3A/published");
+  peer<std::uint32_t, serial_mcg31m1>("MCG31M1/serial");
+  peer<std::uint64_t, serial_mcg59>("MCG59/serial");
+  peer<serial_wh::output, serial_wh>("WH/serial");
+  copy<float>("copy of 4 bytes");
+  copy<double>("copy of 8 bytes");
+  family("MCG31M1", KOV_BRNG_MCG31M1);
+  family("MCG59", KOV_BRNG_MCG59);
+  family("MRG32K3A", KOV_BRNG_MRG32K3A);
+  family("WH", KOV_BRNG_WH);
+  skip("skip MRG32K3A by 2^62", KOV_BRNG_MRG32K3A, {std::uint64_t{1} << 62});
+  skip("skip MRG32K3A by 193 bits", KOV_BRNG_MRG32K3A, {~0ull, ~0ull, ~0ull, 1});
+  skip("skip MRG32K3A by 1024 bits", KOV_BRNG_MRG32K3A, std::vector<std::uint64_t>(16, ~0ull));
+  skip("skip WH by 2^62", KOV_BRNG_WH, {std::uint64_t{1} << 62});
+
+  table report;
+  benchmark::RunSpecifiedBenchmarks(&report);
+}

@@ -1,0 +1,76 @@
+// The scalar helpers against the C library in a wider type.
+
+#include "rng/scalars.h"
+
+#include <arko/stream.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace {
+
+constexpr double inf = std::numeric_limits<double>::infinity(),
+                 nan = std::numeric_limits<double>::quiet_NaN();
+
+// How many units of its last place a result is off.
+template <class T> double ulps(T result, long double exact) {
+  const T near = static_cast<T>(exact);
+  const long double unit =
+      std::nextafter(std::fabs(near), std::numeric_limits<T>::infinity()) - std::fabs(near);
+  return static_cast<double>(std::fabs(result - exact) / unit);
+}
+
+TEST(logarithm, is_near_for_all_positive_numbers_and_told_for_others) {
+  std::mt19937_64 random(1);
+  double worst = 0;
+  const auto look = [&](double x) {
+    const double off = x == 1 ? _kovdLn(x) : ulps(_kovdLn(x), std::log(static_cast<long double>(x)));
+    worst = std::max(worst, off);
+  };
+  for (int i = 0; i < 2000000; i++) {
+    look(std::bit_cast<double>(random() & INT64_MAX) < inf
+             ? std::bit_cast<double>(random() & 0x7FDFFFFFFFFFFFFF)
+             : 1);
+    look(1 + std::ldexp(static_cast<double>(random() >> 11), -54 - i % 40) * (i % 2 ? 1 : -1));
+    look(static_cast<double>((random() >> 11) + 1) * 0x1p-53);
+  }
+  for (const double x : {0x1p-1074, 0x1.8p-1073, 0x1p-1022, 0x1.fffffffffffffp-1023, 0x1.fffffffffffffp1023})
+    look(x);
+  EXPECT_LT(worst, 1) << "and it is " << worst;
+  std::cout << "largest error of _kovdLn " << worst << " ulp\n";
+  for (const double x : {0.0, -0.0, -1.0, -inf, inf, nan}) EXPECT_EQ(_kovdLn(x), -744.4400719213812);
+}
+
+TEST(logarithm, in_single) {
+  float worst_at = 1;
+  double worst = 0;
+  for (std::uint32_t bits = 1; bits < 0x7F800000; bits += 997) {
+    const float x = std::bit_cast<float>(bits);
+    const double off = ulps(kov::ScalarLnF(x), std::log(static_cast<long double>(x)));
+    if (off > worst) worst = off, worst_at = x;
+  }
+  std::cout << "largest error of ScalarLnF " << worst << " ulp at " << worst_at << "\n";
+  for (const float x : {0.0f, -0.0f}) EXPECT_EQ(kov::ScalarLnF(x), -103.27893f);
+}
+
+TEST(floor_and_root, are_exact) {
+  std::mt19937_64 random(2);
+  for (int i = 0; i < 1000000; i++) {
+    const double x = std::bit_cast<double>(random());
+    const double y = std::ldexp(static_cast<double>(random() >> 11), -random() % 60) * (i % 2 ? 1 : -1);
+    for (const double z : {x, y, std::round(y)}) {
+      if (std::isnan(z)) continue;
+      ASSERT_EQ(std::bit_cast<std::uint64_t>(_kovdFloor(z)), std::bit_cast<std::uint64_t>(std::floor(z)))
+          << z;
+      ASSERT_EQ(_kovdSqrt(std::fabs(z)), std::sqrt(std::fabs(z))) << z;
+    }
+  }
+  for (const double z : {0.0, -0.0, 0.5, -0.5, -0x1p-1074, inf, -inf, 0x1p51 + 0.5, -0x1p51 - 0.5})
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(_kovdFloor(z)), std::bit_cast<std::uint64_t>(std::floor(z))) << z;
+  EXPECT_TRUE(std::isnan(_kovdFloor(nan)) && std::isnan(_kovdSqrt(-1)));
+}
+
+}  // namespace
