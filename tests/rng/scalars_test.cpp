@@ -39,20 +39,17 @@ TEST(logarithm, is_near_for_all_positive_numbers_and_told_for_others) {
   }
   for (const double x : {0x1p-1074, 0x1.8p-1073, 0x1p-1022, 0x1.fffffffffffffp-1023, 0x1.fffffffffffffp1023})
     look(x);
-  EXPECT_LT(worst, 1) << "and it is " << worst;
-  std::cout << "largest error of _kovdLn " << worst << " ulp\n";
+  EXPECT_LT(worst, 0.8);
   for (const double x : {0.0, -0.0, -1.0, -inf, inf, nan}) EXPECT_EQ(_kovdLn(x), -744.4400719213812);
 }
 
 TEST(logarithm, in_single) {
-  float worst_at = 1;
   double worst = 0;
   for (std::uint32_t bits = 1; bits < 0x7F800000; bits += 997) {
     const float x = std::bit_cast<float>(bits);
-    const double off = ulps(kov::ScalarLnF(x), std::log(static_cast<long double>(x)));
-    if (off > worst) worst = off, worst_at = x;
+    worst = std::max(worst, ulps(kov::ScalarLnF(x), std::log(static_cast<long double>(x))));
   }
-  std::cout << "largest error of ScalarLnF " << worst << " ulp at " << worst_at << "\n";
+  EXPECT_LT(worst, 0.501);
   for (const float x : {0.0f, -0.0f}) EXPECT_EQ(kov::ScalarLnF(x), -103.27893f);
 }
 
