@@ -14,21 +14,12 @@ status planned_init(int32_t, void*, int32_t, const void*) { return KOV_STATUS_BA
 template <class T> status planned_fill(void*, int32_t, T*, T, T) { return KOV_STATUS_BAD_BRNG; }
 status planned_words(void*, int32_t, std::uint32_t*) { return KOV_STATUS_BAD_BRNG; }
 
-#define ROW(family, size, seeds, zero, bytes, bits)                       \
-  constexpr BrngProperties family##_row = {size,                          \
-                                           seeds,                         \
-                                           zero,                          \
-                                           bytes,                         \
-                                           bits,                          \
-                                           __kovBRng##family##InitStream, \
-                                           __kovsBRng##family,            \
-                                           __kovdBRng##family,            \
-                                           __koviBRng##family}
-#define PLANNED(family, size, seeds, zero, bytes, bits)                                                    \
-  constexpr BrngProperties family##_row =                                                                  \
-      {                                                                                                    \
-          size,         seeds, zero, bytes, bits, planned_init, planned_fill<float>, planned_fill<double>, \
-          planned_words}
+#define ROW(family, ...)                                                                                   \
+  constexpr BrngProperties family##_row = {__VA_ARGS__, __kovBRng##family##InitStream, __kovsBRng##family, \
+                                           __kovdBRng##family, __koviBRng##family}
+#define PLANNED(family, ...)                                                               \
+  constexpr BrngProperties family##_row = {__VA_ARGS__, planned_init, planned_fill<float>, \
+                                           planned_fill<double>, planned_words}
 
 //  family, StateSize, SeedCount, IncludesZero, WordBytes, BitCount
 ROW(MCG31M1, 24, 1, 0, 4, 31);
@@ -72,8 +63,8 @@ constexpr int32_t first_wh_code = 4, last_wh_code = 276;
 
 using namespace kov;
 
-// Other modules may have their own copy of these arrays' place, so that even here they are used by their exported
-// names, through the global offset table.
+// Used by their exported names here too, through the global offset table: a program that names these arrays may have
+// them moved into its own data when it is loaded.
 #define FOUR(x) x, x, x, x
 #define SIXTEEN(x) FOUR(x), FOUR(x), FOUR(x), FOUR(x)
 #define SIXTY_FOUR(x) SIXTEEN(x), SIXTEEN(x), SIXTEEN(x), SIXTEEN(x)
