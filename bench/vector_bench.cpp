@@ -1,10 +1,11 @@
 // vector_bench: nanoseconds an element of every kernel beside peers, in one process.
 //
-//   vector_bench [--only=ROOT]... [--csv=FILE] [--costs] [Google Benchmark's options]
+//   vector_bench [--only=ROOT]... [--csv=FILE] [--costs | --memory] [Google Benchmark's options]
 //
 // Arrays of 4096; calls rotate over 16 blocks of random arguments so that branches cannot be learnt. All
 // measurements are repeated in random order, so that a disturbance hits kernels and peers alike; figures are
-// medians of processor time. --costs runs our unit-stride kernels only and prints the cost columns of
+// medians of processor time. --memory runs our unit-stride kernels at LA on arrays of 64 MiB each, larger than a
+// cache, beside a copy that moves as many bytes. --costs runs our unit-stride kernels only and prints the cost columns of
 // vector/functions.def. Peers work on 128 bits without fused multiply-add, except that the scalar functions
 // of libm may choose it.
 #include <arko/vector.h>
@@ -61,14 +62,46 @@ struct drawn {
   const char* root;
   interval single, full;  // of the arguments
 };
+constexpr interval thousand = {-1000, 1000};
 constexpr drawn intervals[] = {
-    {"Abs", {-1000, 1000}, {-1000, 1000}}, {"Exp", {-80, 80}, {-700, 700}},
-    {"Exp2", {-120, 120}, {-1000, 1000}},  {"Exp10", {-36, 36}, {-300, 300}},
-    {"Expm1", {-10, 10}, {-10, 10}},       {"Ln", {0, 1000}, {0, 1000}},
-    {"Log2", {0, 1000}, {0, 1000}},        {"Log10", {0, 1000}, {0, 1000}},
-    {"Log1p", {-1, 10}, {-1, 10}},         {"Logb", {-1000, 1000}, {-1000, 1000}},
-    {"Inv", {0, 1000}, {0, 1000}},         {"Sqrt", {0, 1000}, {0, 1000}},
+    // clang-format off
+    {"Abs", thousand, thousand},
+    {"Add", thousand, thousand},
+    {"Sub", thousand, thousand},
+    {"Mul", thousand, thousand},
+    {"Sqr", thousand, thousand},
+    {"Div", thousand, thousand},
+    {"Ceil", thousand, thousand},
+    {"Floor", thousand, thousand},
+    {"Round", thousand, thousand},
+    {"Rint", thousand, thousand},
+    {"NearbyInt", thousand, thousand},
+    {"Trunc", thousand, thousand},
+    {"Frac", thousand, thousand},
+    {"Modf", thousand, thousand},
+    {"Fmax", thousand, thousand},
+    {"Fmin", thousand, thousand},
+    {"MaxMag", thousand, thousand},
+    {"MinMag", thousand, thousand},
+    {"CopySign", thousand, thousand},
+    {"NextAfter", thousand, thousand},
+    {"Fdim", thousand, thousand},
+    {"Fmod", thousand, thousand},
+    {"Remainder", thousand, thousand},
+    {"LinearFrac", thousand, thousand},
+    {"Inv", {0, 1000}, {0, 1000}},
+    {"Sqrt", {0, 1000}, {0, 1000}},
     {"InvSqrt", {0, 1000}, {0, 1000}},
+    {"Exp", {-80, 80}, {-700, 700}},
+    {"Exp2", {-120, 120}, thousand},
+    {"Exp10", {-36, 36}, {-300, 300}},
+    {"Expm1", {-10, 10}, {-10, 10}},
+    {"Ln", {0, 1000}, {0, 1000}},
+    {"Log2", {0, 1000}, {0, 1000}},
+    {"Log10", {0, 1000}, {0, 1000}},
+    {"Log1p", {-1, 10}, {-1, 10}},
+    {"Logb", thousand, thousand},
+    // clang-format on
 };
 
 // A function of one V, element by element or vector by vector.
@@ -84,6 +117,14 @@ template <class V> V copied(V x) {
   return x;
 }
 #define EACH(V, f) [](const arguments& c) { each<V>(c, [](V x) { return f(x); }); }
+// The same for functions of two V.
+template <class V, class F> void each2(const arguments& c, F f) {
+  using E = std::conditional_t<sizeof(V) == 4 || std::is_same_v<V, __m128>, float, double>;
+  const V *a = static_cast<const V*>(c.in[0]), *b = static_cast<const V*>(c.in[1]);
+  V* r = static_cast<V*>(c.out[0]);
+  for (std::size_t i = 0; i < std::size_t(c.n) * sizeof(E) / sizeof(V); i++) r[i] = f(a[i], b[i]);
+}
+#define EACH2(V, f) [](const arguments& c) { each2<V>(c, [](V x, V y) { return f(x, y); }); }
 
 struct peer {
   const char* function;
@@ -100,6 +141,66 @@ constexpr peer peers[] = {
     {"dAbs", "libm", 0, EACH(double, fabs)},
     {"dAbs", "sleef sse2", 0, EACH(__m128d, Sleef_fabsd2_sse2)},
     {"dAbs", "sleef sse4", 0, EACH(__m128d, Sleef_fabsd2_sse4)},
+    {"sAdd", "copy", 0, EACH(__m128, copied)},
+    {"dAdd", "copy", 0, EACH(__m128d, copied)},
+    {"sSub", "copy", 0, EACH(__m128, copied)},
+    {"dSub", "copy", 0, EACH(__m128d, copied)},
+    {"sMul", "copy", 0, EACH(__m128, copied)},
+    {"dMul", "copy", 0, EACH(__m128d, copied)},
+    {"sSqr", "copy", 0, EACH(__m128, copied)},
+    {"dSqr", "copy", 0, EACH(__m128d, copied)},
+    {"sCopySign", "copy", 0, EACH(__m128, copied)},
+    {"dCopySign", "copy", 0, EACH(__m128d, copied)},
+    {"sCeil", "copy", 0, EACH(__m128, copied)},
+    {"dCeil", "copy", 0, EACH(__m128d, copied)},
+    {"sFloor", "copy", 0, EACH(__m128, copied)},
+    {"dFloor", "copy", 0, EACH(__m128d, copied)},
+    {"sTrunc", "copy", 0, EACH(__m128, copied)},
+    {"dTrunc", "copy", 0, EACH(__m128d, copied)},
+    {"sRound", "copy", 0, EACH(__m128, copied)},
+    {"dRound", "copy", 0, EACH(__m128d, copied)},
+    {"sRint", "copy", 0, EACH(__m128, copied)},
+    {"dRint", "copy", 0, EACH(__m128d, copied)},
+    {"sFmax", "copy", 0, EACH(__m128, copied)},
+    {"dFmax", "copy", 0, EACH(__m128d, copied)},
+    {"sFmin", "copy", 0, EACH(__m128, copied)},
+    {"dFmin", "copy", 0, EACH(__m128d, copied)},
+    {"sCeil", "sleef sse2", 0, EACH(__m128, Sleef_ceilf4_sse2)},
+    {"dCeil", "sleef sse2", 0, EACH(__m128d, Sleef_ceild2_sse2)},
+    {"sFloor", "sleef sse2", 0, EACH(__m128, Sleef_floorf4_sse2)},
+    {"dFloor", "sleef sse2", 0, EACH(__m128d, Sleef_floord2_sse2)},
+    {"sTrunc", "sleef sse2", 0, EACH(__m128, Sleef_truncf4_sse2)},
+    {"dTrunc", "sleef sse2", 0, EACH(__m128d, Sleef_truncd2_sse2)},
+    {"sRound", "sleef sse2", 0, EACH(__m128, Sleef_roundf4_sse2)},
+    {"dRound", "sleef sse2", 0, EACH(__m128d, Sleef_roundd2_sse2)},
+    {"sRint", "sleef sse2", 0, EACH(__m128, Sleef_rintf4_sse2)},
+    {"dRint", "sleef sse2", 0, EACH(__m128d, Sleef_rintd2_sse2)},
+    {"sFmax", "libm", 0, EACH2(float, fmaxf)},
+    {"dFmax", "libm", 0, EACH2(double, fmax)},
+    {"sFmax", "sleef sse2", 0, EACH2(__m128, Sleef_fmaxf4_sse2)},
+    {"dFmax", "sleef sse2", 0, EACH2(__m128d, Sleef_fmaxd2_sse2)},
+    {"sFmin", "libm", 0, EACH2(float, fminf)},
+    {"dFmin", "libm", 0, EACH2(double, fmin)},
+    {"sFmin", "sleef sse2", 0, EACH2(__m128, Sleef_fminf4_sse2)},
+    {"dFmin", "sleef sse2", 0, EACH2(__m128d, Sleef_fmind2_sse2)},
+    {"sFdim", "libm", 0, EACH2(float, fdimf)},
+    {"dFdim", "libm", 0, EACH2(double, fdim)},
+    {"sFdim", "sleef sse2", 0, EACH2(__m128, Sleef_fdimf4_sse2)},
+    {"dFdim", "sleef sse2", 0, EACH2(__m128d, Sleef_fdimd2_sse2)},
+    {"sNextAfter", "libm", 0, EACH2(float, nextafterf)},
+    {"dNextAfter", "libm", 0, EACH2(double, nextafter)},
+    {"sNextAfter", "sleef sse2", 0, EACH2(__m128, Sleef_nextafterf4_sse2)},
+    {"dNextAfter", "sleef sse2", 0, EACH2(__m128d, Sleef_nextafterd2_sse2)},
+    {"sFmod", "libm", 0, EACH2(float, fmodf)},
+    {"dFmod", "libm", 0, EACH2(double, fmod)},
+    {"sFmod", "sleef sse2", 0, EACH2(__m128, Sleef_fmodf4_sse2)},
+    {"dFmod", "sleef sse2", 0, EACH2(__m128d, Sleef_fmodd2_sse2)},
+    {"sRemainder", "libm", 0, EACH2(float, remainderf)},
+    {"dRemainder", "libm", 0, EACH2(double, remainder)},
+    {"sRemainder", "sleef sse2", 0, EACH2(__m128, Sleef_remainderf4_sse2)},
+    {"dRemainder", "sleef sse2", 0, EACH2(__m128d, Sleef_remainderd2_sse2)},
+    {"sDiv", "divps", 0.5, EACH2(__m128, _mm_div_ps)},
+    {"dDiv", "divpd", 0.5, EACH2(__m128d, _mm_div_pd)},
     {"sExp", "libm", 1, EACH(float, expf)},
     {"sExp", "libmvec", 4, EACH(__m128, _ZGVbN4v_expf)},
     {"sExp", "sleef u10 sse2", 1, EACH(__m128, Sleef_expf4_u10sse2)},
@@ -342,6 +443,56 @@ void print_costs(const collector& results, const std::vector<function>& function
                   scale * results(kernel_name(f, 1)).ns, scale * results(kernel_name(f, 2)).ns);
 }
 
+// ---- From memory
+
+constexpr std::size_t mebibytes = 64;  // of an array
+constexpr std::size_t array_bytes = mebibytes << 20;
+
+// Two inputs side by side and as much room for results, of singles or doubles.
+template <class E> struct large_arrays {
+  std::vector<E> in, out;
+  large_arrays() : in(2 * array_bytes / sizeof(E)), out(in.size()) {
+    std::mt19937 generator(1);
+    std::uniform_real_distribution<E> draw(-1000, 1000);
+    for (E& x : in) x = draw(generator);
+  }
+};
+
+// Moves as many bytes as a function that reads and writes so many arrays: half of them in, half out.
+template <class E> void copy_arrays(const large_arrays<E>& data, std::size_t count, E* to) {
+  const auto* a = reinterpret_cast<const __m128i*>(data.in.data());
+  auto* r = reinterpret_cast<__m128i*>(to);
+  for (std::size_t i = 0; i < count * array_bytes / 2 / sizeof *a; i += 4)
+    for (std::size_t j = 0; j < 4; j++) _mm_storeu_si128(r + i + j, _mm_loadu_si128(a + i + j));
+}
+
+template <class E> void add_from_memory(const function& f, std::shared_ptr<large_arrays<E>> data) {
+  const std::size_t n = array_bytes / sizeof(E), count = std::size_t(f.how->inputs + f.how->outputs);
+  arguments c{int(n)};
+  for (std::size_t k = 0; k < 2; k++) c.in[k] = &data->in[k * n], c.out[k] = &data->out[k * n];
+  const auto one = [](const std::string& name, auto run) {
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+      for (auto _ : state) run(), benchmark::ClobberMemory();
+    });
+  };
+  one(f.name + "/memory", [=, &f] { f(0, c); });
+  one(f.name + "/copy", [=] { copy_arrays(*data, count, data->out.data()); });
+}
+
+void print_from_memory(const collector& results, const std::vector<function>& functions) {
+  std::printf(
+      "arrays of %zu MiB; medians of processor time; a copy moves as many bytes, half in, half out\n\n",
+      mebibytes);
+  std::printf("%-12s %8s %7s %8s %7s %6s\n", "function", "ns", "spread", "copy", "spread", "ratio");
+  for (const function& f : functions) {
+    if (!results.has(f.name + "/memory")) continue;
+    const int n = int(array_bytes / f.how->real_size);
+    const figure ours = results(f.name + "/memory", n), copy = results(f.name + "/copy", n);
+    std::printf("%-12s %8.3f %6.1f%% %8.3f %6.1f%% %6.2f\n", f.name.c_str(), ours.ns, 100 * ours.spread,
+                copy.ns, 100 * copy.spread, ours.ns / copy.ns);
+  }
+}
+
 std::string processor() {
   std::ifstream info("/proc/cpuinfo");
   for (std::string line; std::getline(info, line);)
@@ -354,7 +505,7 @@ std::string processor() {
 int main(int argc, char** argv) {
   std::string csv;
   std::vector<std::string> only;
-  bool costs = false;
+  bool costs = false, memory = false;
   std::vector<char*> options = {argv[0], const_cast<char*>("--benchmark_repetitions=15"),
                                 const_cast<char*>("--benchmark_min_time=0.02"),
                                 const_cast<char*>("--benchmark_enable_random_interleaving=true")};
@@ -362,6 +513,8 @@ int main(int argc, char** argv) {
     const std::string a = argv[i];
     if (a == "--costs")
       costs = true;
+    else if (a == "--memory")
+      memory = true;
     else if (a.starts_with("--csv="))
       csv = a.substr(6);
     else if (a.starts_with("--only="))
@@ -375,11 +528,17 @@ int main(int argc, char** argv) {
   arko_zur_kernel_SetMode(ZUR_ERRMODE_IGNORE);
 
   const auto& functions = arko::test::functions();
+  const auto singles = memory ? std::make_shared<large_arrays<float>>() : nullptr;
+  const auto doubles = memory ? std::make_shared<large_arrays<double>>() : nullptr;
   for (const function& f : functions) {
     const std::string root = f.name.substr(1, f.name.size() - 1 - f.strided);
     const bool scale = costs && f.name == "sExp";
-    if (!f.how->inputs || (costs && f.strided)) continue;
+    if (!f.how->inputs || ((costs || memory) && f.strided)) continue;
     if (!scale && !only.empty() && std::ranges::find(only, root) == only.end()) continue;
+    if (memory) {
+      f.is_double() ? add_from_memory(f, doubles) : add_from_memory(f, singles);
+      continue;
+    }
     const auto row = std::ranges::find(intervals, root, [](const drawn& d) { return std::string(d.root); });
     if (row == std::end(intervals)) return std::cerr << "vector_bench: no interval for " << root << "\n", 2;
     const auto data = std::make_shared<arrays>(f, f.is_double() ? row->full : row->single);
@@ -397,6 +556,7 @@ int main(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&results);
   if (results.times.empty()) return std::cerr << "vector_bench: nothing was run\n", 2;
   if (costs) return print_costs(results, functions), 0;
+  if (memory) return print_from_memory(results, functions), 0;
   std::printf("compiler   %s\nflags      %s\nprocessor  %s\n",
 #ifdef __clang__
               "clang " __clang_version__,

@@ -25,7 +25,7 @@ constexpr const char* describe(const char* root) {
 
 struct function {
   char type;
-  const char *root, *parameters, *twin_parameters, *text;
+  const char *root, *parameters, *exported, *twin_parameters, *text;
   bool has_twin;
 };
 
@@ -37,6 +37,7 @@ constexpr function functions[] = {
   {#type[0],                                          \
    #root,                                             \
    TEXT(ZUR_FORM_##form(E, R)),                       \
+   TEXT(ZUR_EXPORTED_##form(E, R)),                   \
    TEXT(ZUR_FORM_##form##_TWIN(E, R)),                \
    describe(#root),                                   \
    std::string_view(#twin) != "none"},
@@ -71,11 +72,14 @@ std::string with_types(const char* parameters, char type) {
   return text;
 }
 
-void declare(std::FILE* out, char type, const std::string& name, const char* parameters) {
+// The exported functions of a name and its tables.
+void declare(std::FILE* out, char type, const std::string& name, const char* parameters,
+             const char* exported) {
   const bool single = type == 's' || type == 'c';
   const std::string typed = with_types(parameters, type);
   for (const char* suffix : {single ? "_21" : "_50", "", "_HA", single ? "_11" : "_26"})
-    std::fprintf(out, "void _zur%c%s%s(%s);\n", type, name.c_str(), suffix, typed.c_str());
+    std::fprintf(out, "void _zur%c%s%s(%s);\n", type, name.c_str(), suffix,
+                 with_types(exported, type).c_str());
   std::fprintf(out, "extern void (*const arko_zur_kernel_%c%s_ttab[3])(%s);\n", type, name.c_str(),
                typed.c_str());
   std::fprintf(out, "extern const float arko_zur_kernel_%c%s_ctab[3];\n", type, name.c_str());
@@ -97,7 +101,8 @@ constexpr char head[] = R"(/*
  *
  * The caller's floating-point control words are the same after a call as before; flags that the arithmetic
  * raises stay raised. An exceptional element gets its result and is reported by status, as state.h tells; its
- * neighbours are computed all the same.
+ * neighbours are computed all the same. Pack and unpack move elements and do not compute: they have neither
+ * levels nor statuses nor a strided form.
  *
  * The three kernels of a function stand in arko_zur_kernel_<function>_ttab, in the order LA, HA, EP, and
  * relative costs an element in arko_zur_kernel_<function>_ctab; arko_zur_kernel_GetTTableIndex gives the index
@@ -137,8 +142,8 @@ int main(int argc, char** argv) {
       }
       std::fputs("\n */\n", out);
     }
-    declare(out, f.type, f.root, f.parameters);
-    if (f.has_twin) declare(out, f.type, std::string(f.root) + "I", f.twin_parameters);
+    declare(out, f.type, f.root, f.parameters, f.exported);
+    if (f.has_twin) declare(out, f.type, std::string(f.root) + "I", f.twin_parameters, f.twin_parameters);
   }
   std::fputs("\n#ifdef __cplusplus\n}\n#endif\n#endif\n", out);
   return std::fclose(out) != 0;

@@ -25,16 +25,35 @@ inline constexpr unsigned toward_zero = masks | 0x6000;
 
 ZUR_INLINE void fence() { asm volatile("" ::: "memory"); }
 
+// Keeps arithmetic on values that are at hand already behind what stands before.
+template <class... T> ZUR_INLINE void launder(T&... x) {
+  const auto one = [](auto& v) { asm volatile("" : "+x"(v)); };
+  (one(x), ...);
+}
+
 // x * x at run time, so that the flags of an overflow or an underflow are raised.
 template <class T> ZUR_INLINE T square(T x) {
   asm volatile("" : "+x"(x));
   return x * x;
 }
 
+// The flags alone.
+template <class T> ZUR_INLINE void raise_by_square(T x) {
+  const T unused = square(x);
+  asm volatile("" : : "x"(unused));
+}
+
 // a / b at run time, so that the flag of a pole (-1 / 0) or of an invalid operation (0 / 0) is raised.
 template <class T> ZUR_INLINE T divide(T a, T b) {
   asm volatile("" : "+x"(a), "+x"(b));
   return a / b;
+}
+
+// x * 1 at run time: a NaN comes out quiet, a denormal number is zero where denormals are.
+template <class T> ZUR_INLINE T quieted(T x) {
+  T one = 1;
+  asm volatile("" : "+x"(x), "+x"(one));
+  return x * one;
 }
 
 }  // namespace fp

@@ -3,6 +3,7 @@
 #include "vector/functions.h"
 
 using std::int32_t;
+using std::int64_t;
 
 #define EXPORT extern "C" [[gnu::visibility("default")]]
 
@@ -35,9 +36,9 @@ using std::int32_t;
   FORWARD(type, type##root##I, ZUR_LIST(ZUR_FORM_##form##_TWIN(ZUR_ELEMENT_##type, ZUR_REAL_##type)), \
           ZUR_LIST(ZUR_PASS_##form##_TWIN))
 
-#define KERNELS(type, root, form, sharing, twin, ...)                                       \
-  COSTS(type##root, __VA_ARGS__)                                                            \
-  FORWARD(type, type##root, ZUR_LIST(ZUR_FORM_##form(ZUR_ELEMENT_##type, ZUR_REAL_##type)), \
-          ZUR_LIST(ZUR_PASS_##form))                                                        \
+#define KERNELS(type, root, form, sharing, twin, ...)                                           \
+  COSTS(type##root, __VA_ARGS__)                                                                \
+  FORWARD(type, type##root, ZUR_LIST(ZUR_EXPORTED_##form(ZUR_ELEMENT_##type, ZUR_REAL_##type)), \
+          ZUR_LIST(ZUR_PASS_##form))                                                            \
   TWIN_##twin(type, root, form, __VA_ARGS__)
 #include "vector/functions.def"

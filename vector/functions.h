@@ -35,6 +35,7 @@ enum level : int { la, ha, ep };
 namespace fn {
 #define ZUR_TWIN_NAME_I(type, root) "v" #type #root "I"
 #define ZUR_TWIN_NAME__(type, root) "v" #type #root
+#define ZUR_TWIN_NAME_none(type, root) ""
 #define KERNELS(type, root, form, sharing, twin, ...)                     \
   template <class E> struct root;                                         \
   template <> struct root<ZUR_ELEMENT_##type> {                           \
@@ -57,3 +58,10 @@ namespace fn {
 #define ZUR_EXPORT_TABLE(F, symbol)
 #endif
 #define TABLE(F) ZUR_EXPORT_TABLE(F, ZUR_TABLE_SYMBOL(F)) constinit decltype(F##_table) F##_table
+
+// The tables of a real root with one kernel for all levels, K<float> and K<double>; the twins have their own.
+#define TABLES_OF_ONE_KERNEL(root, K, twin_K)                                          \
+  TABLE(s##root) = {kernel<K<float>>, kernel<K<float>>, kernel<K<float>>};             \
+  TABLE(d##root) = {kernel<K<double>>, kernel<K<double>>, kernel<K<double>>};          \
+  TABLE(s##root##I) = {twin<twin_K<float>>, twin<twin_K<float>>, twin<twin_K<float>>}; \
+  TABLE(d##root##I) = {twin<twin_K<double>>, twin<twin_K<double>>, twin<twin_K<double>>};

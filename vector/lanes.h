@@ -87,6 +87,43 @@ template <class V, class C, class... Rest> ZUR_INLINE V horner2(V x, V x2, C c0,
   return horner2(x, x2, rest...) * x2 + (c1 * x + c0);
 }
 
+// |x|, and a number that is not negative with the sign of s, by bits.
+template <class T> ZUR_INLINE vec<T> magnitude(vec<T> x) {
+  return as<vec<T>>(as<pattern<T>>(x) & ~sign_bit<T>());
+}
+template <class T> ZUR_INLINE vec<T> with_sign(vec<T> x, vec<T> s) {
+  return as<vec<T>>(as<pattern<T>>(x) | (as<pattern<T>>(s) & sign_bit<T>()));
+}
+
+// The processor's maximum and minimum: the second operand where the two compare equal or one is a NaN.
+#if defined(__AVX512DQ__)
+ZUR_INLINE vec<float> maximum(vec<float> a, vec<float> b) { return _mm512_max_ps(a, b); }
+ZUR_INLINE vec<double> maximum(vec<double> a, vec<double> b) { return _mm512_max_pd(a, b); }
+ZUR_INLINE vec<float> minimum(vec<float> a, vec<float> b) { return _mm512_min_ps(a, b); }
+ZUR_INLINE vec<double> minimum(vec<double> a, vec<double> b) { return _mm512_min_pd(a, b); }
+#elif defined(__AVX2__)
+ZUR_INLINE vec<float> maximum(vec<float> a, vec<float> b) { return _mm256_max_ps(a, b); }
+ZUR_INLINE vec<double> maximum(vec<double> a, vec<double> b) { return _mm256_max_pd(a, b); }
+ZUR_INLINE vec<float> minimum(vec<float> a, vec<float> b) { return _mm256_min_ps(a, b); }
+ZUR_INLINE vec<double> minimum(vec<double> a, vec<double> b) { return _mm256_min_pd(a, b); }
+#else
+ZUR_INLINE vec<float> maximum(vec<float> a, vec<float> b) { return _mm_max_ps(a, b); }
+ZUR_INLINE vec<double> maximum(vec<double> a, vec<double> b) { return _mm_max_pd(a, b); }
+ZUR_INLINE vec<float> minimum(vec<float> a, vec<float> b) { return _mm_min_ps(a, b); }
+ZUR_INLINE vec<double> minimum(vec<double> a, vec<double> b) { return _mm_min_pd(a, b); }
+#endif
+
+// All bits where x has its sign bit set, else none. A comparison would make a quiet NaN an invalid operation.
+template <class T> ZUR_INLINE pattern<T> if_negative(vec<T> x) {
+  words w = as<words>(x) >> 31;
+  if constexpr (sizeof(T) == 8)
+    w = [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
+      return __builtin_shufflevector(w, w, (i | 1)...);
+    }
+  (std::make_index_sequence<lanes<float>>());
+  return as<pattern<T>>(w);
+}
+
 // A flag for each lane: the sign bits of a vector or, with mask registers, the bits of one. Flags combine by
 // |.
 #if defined(__AVX512DQ__)

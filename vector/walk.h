@@ -215,17 +215,22 @@ ZUR_INLINE void step(const K& k, int m, int first, std::uint32_t mode, const ope
       put<whole, T>(arrays.out[o], first + v * lanes<T>, m - v * lanes<T>, g.y[v].value[o]);
 }
 
-// Whole blocks, then whole vectors, then what is left.
+// Whole blocks, then whole vectors, then what is left, in an environment that is entered.
 template <class K, template <class> class array>
-ZUR_INLINE void all_elements(const K& k, int n, const operands<K, array>& arrays) {
+ZUR_INLINE void elements(const K& k, int n, std::uint32_t mode, const operands<K, array>& arrays) {
   constexpr int vector = lanes<typename K::type>, vectors = K::block < vector ? 1 : K::block / vector;
   constexpr int block = vectors * vector;
-  const typename K::environment environment;
   int i = 0;
-  for (; n - i >= block; i += block) step<K, vectors, true>(k, block, i, environment.mode(), arrays);
+  for (; n - i >= block; i += block) step<K, vectors, true>(k, block, i, mode, arrays);
   if constexpr (vectors > 1)
-    for (; n - i >= vector; i += vector) step<K, 1, true>(k, vector, i, environment.mode(), arrays);
-  if (i < n) step<K, 1, false>(k, n - i, i, environment.mode(), arrays);
+    for (; n - i >= vector; i += vector) step<K, 1, true>(k, vector, i, mode, arrays);
+  if (i < n) step<K, 1, false>(k, n - i, i, mode, arrays);
+}
+
+template <class K, template <class> class array>
+ZUR_INLINE void all_elements(int n, const operands<K, array>& arrays) {
+  const typename K::environment environment;
+  elements(K{}, n, environment.mode(), arrays);
 }
 
 }  // namespace walk
@@ -233,13 +238,13 @@ ZUR_INLINE void all_elements(const K& k, int n, const operands<K, array>& arrays
 // Kernels as table entries; the table's type chooses the form.
 
 template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, T* r) {
-  walk::all_elements<K, walk::dense>(K{}, n, {{{a}}, {{r}}});
+  walk::all_elements<K, walk::dense>(n, {{{a}}, {{r}}});
 }
 template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, const T* b, T* r) {
-  walk::all_elements<K, walk::dense>(K{}, n, {{{a}, {b}}, {{r}}});
+  walk::all_elements<K, walk::dense>(n, {{{a}, {b}}, {{r}}});
 }
 template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, T* r1, T* r2) {
-  walk::all_elements<K, walk::dense>(K{}, n, {{{a}}, {{r1}, {r2}}});
+  walk::all_elements<K, walk::dense>(n, {{{a}}, {{r1}, {r2}}});
 }
 
 // Strided twins; with all increments 1 they call the unit-stride kernel of their level.
@@ -247,19 +252,19 @@ template <class K, class T = typename K::type> void kernel(std::int32_t n, const
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, T* r, std::int32_t incr) {
   if (inca == 1 && incr == 1) return K::function::table[K::slot](n, a, r);
-  walk::all_elements<K, walk::strided>(K{}, n, {{{a, inca}}, {{r, incr}}});
+  walk::all_elements<K, walk::strided>(n, {{{a, inca}}, {{r, incr}}});
 }
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, const T* b, std::int32_t incb, T* r,
           std::int32_t incr) {
   if (inca == 1 && incb == 1 && incr == 1) return K::function::table[K::slot](n, a, b, r);
-  walk::all_elements<K, walk::strided>(K{}, n, {{{a, inca}, {b, incb}}, {{r, incr}}});
+  walk::all_elements<K, walk::strided>(n, {{{a, inca}, {b, incb}}, {{r, incr}}});
 }
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, T* r1, std::int32_t incr1, T* r2,
           std::int32_t incr2) {
   if (inca == 1 && incr1 == 1 && incr2 == 1) return K::function::table[K::slot](n, a, r1, r2);
-  walk::all_elements<K, walk::strided>(K{}, n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
+  walk::all_elements<K, walk::strided>(n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
 }
 
 }  // namespace zur::inline ZUR_WIDTH

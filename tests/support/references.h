@@ -13,6 +13,7 @@
 #include <mpfr.h>
 
 #include <cmath>
+#include <type_traits>
 #include <vector>
 
 namespace arko::test {
@@ -30,6 +31,17 @@ struct reference {
   double floor = 0;
 };
 
+// A function of two arguments. They are drawn from an interval each; the points are visited in pairs.
+struct pair_reference {
+  int (*precise)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
+  double (*quick)(double, double);
+  interval single[2], full[2];
+  std::vector<double> points;
+  double floor = 0;
+};
+
+template <int inputs> using reference_of = std::conditional_t<inputs == 1, reference, pair_reference>;
+
 namespace references {
 
 inline const reference Abs{
@@ -39,6 +51,79 @@ inline const reference Abs{
     .full = {-1e3, 1e3},
     .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 1, -1, 0x1.fffffep127, 0x1.fffffffffffffp1023},
 };
+
+// ---- Arithmetic, rounding and comparison: results without error, or correctly rounded
+
+// Where numbers begin and end, and where they become whole, whole and even, and halves.
+inline const std::vector<double> number_points = {0,
+                                                  0x1p-1074,
+                                                  0x1p-1022,
+                                                  0x1p-149,
+                                                  0x1p-126,
+                                                  0.5,
+                                                  1,
+                                                  -1,
+                                                  1.5,
+                                                  -2.5,
+                                                  3,
+                                                  0x1p22,
+                                                  -0x1p23,
+                                                  0x1p24,
+                                                  0x1p51,
+                                                  -0x1p52,
+                                                  0x1p53,
+                                                  0x1.fffffep127,
+                                                  0x1.fffffffffffffp1023,
+                                                  -HUGE_VAL};
+inline constexpr interval thousands = {-1e3, 1e3};
+
+#define REFERENCE(root, in_mpfr, in_double)                                                                 \
+  inline const reference root {                                                                             \
+    .precise = in_mpfr, .quick = in_double, .single = thousands, .full = thousands, .points = number_points \
+  }
+REFERENCE(Sqr, mpfr_sqr, [](double x) { return x * x; });
+REFERENCE(Ceil, mpfr_rint_ceil, std::ceil);
+REFERENCE(Floor, mpfr_rint_floor, std::floor);
+REFERENCE(Round, mpfr_rint_round, std::round);
+REFERENCE(Rint, mpfr_rint, std::rint);
+REFERENCE(NearbyInt, mpfr_rint, std::rint);
+REFERENCE(Trunc, mpfr_rint_trunc, std::trunc);
+REFERENCE(Frac, mpfr_frac, [](double x) { return std::isinf(x) ? 0 : x - std::trunc(x); });
+#undef REFERENCE
+
+// The one of greater magnitude, or of the lesser; the greater number, or the lesser, of two of like magnitude.
+template <bool greater> int by_magnitude(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rounding) {
+  const auto extreme = greater ? mpfr_max : mpfr_min;
+  if (mpfr_nan_p(x) || mpfr_nan_p(y)) return extreme(r, x, y, rounding);
+  const int order = greater ? mpfr_cmpabs(x, y) : mpfr_cmpabs(y, x);
+  return order ? mpfr_set(r, order > 0 ? x : y, rounding) : extreme(r, x, y, rounding);
+}
+template <bool greater> double by_magnitude(double x, double y) {
+  const double ax = greater ? std::fabs(x) : std::fabs(y), ay = greater ? std::fabs(y) : std::fabs(x);
+  return ax > ay || y != y ? x : ay > ax || x != x ? y : greater ? std::fmax(x, y) : std::fmin(x, y);
+}
+
+#define REFERENCE(root, in_mpfr, ...)                                           \
+  inline const pair_reference root {                                            \
+    .precise = in_mpfr, .quick = __VA_ARGS__, .single = {thousands, thousands}, \
+    .full = {thousands, thousands}, .points = number_points                     \
+  }
+REFERENCE(Add, mpfr_add, [](double x, double y) { return x + y; });
+REFERENCE(Sub, mpfr_sub, [](double x, double y) { return x - y; });
+REFERENCE(Mul, mpfr_mul, [](double x, double y) { return x * y; });
+REFERENCE(Div, mpfr_div, [](double x, double y) { return x / y; });
+REFERENCE(Fmax, mpfr_max, std::fmax);
+REFERENCE(Fmin, mpfr_min, std::fmin);
+REFERENCE(MaxMag, by_magnitude<true>, by_magnitude<true>);
+REFERENCE(MinMag, by_magnitude<false>, by_magnitude<false>);
+REFERENCE(Fdim, mpfr_dim, std::fdim);
+REFERENCE(Fmod, mpfr_fmod, std::fmod);
+REFERENCE(Remainder, mpfr_remainder, std::remainder);
+REFERENCE(CopySign, nullptr, nullptr);  // these two go by patterns: no error to measure
+REFERENCE(NextAfter, nullptr, nullptr);
+#undef REFERENCE
+
+// ---- Exponentials and logarithms
 
 // The finest table has 1024 rows a binade. The points: zero and one, where single and double results leave
 // the normal numbers, where the last table rows scale beyond them (64 and 128 rows), where results become

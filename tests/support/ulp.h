@@ -59,22 +59,22 @@ template <class E> double in_relative(E y, const exact<E>& x, double floor) {
   return y != y && x.value != x.value ? 0 : HUGE_VAL;
 }
 
-// An error and the argument where it is.
-template <class E> struct worst {
+// An error and the argument, or arguments, where it is.
+template <class A> struct worst {
   double error = 0;
-  E where{};
-  void add(E argument, double e) {
+  A where{};
+  void add(const A& argument, double e) {
     if (e > error) error = e, where = argument;
   }
 };
 
 // The largest errors, those of results below the normal numbers apart, and the mean.
-template <class E> struct meter {
-  worst<E> normal, tiny, relative;
+template <class E, class A = E> struct meter {
+  worst<A> normal, tiny, relative;
   double sum = 0;
   std::uint64_t averaged = 0, samples = 0;
 
-  void add(E argument, double ulps, const exact<E>& x, bool in_mean) {
+  void add(const A& argument, double ulps, const exact<E>& x, bool in_mean) {
     (std::fabs(x.value) < std::numeric_limits<E>::min() ? tiny : normal).add(argument, ulps);
     samples++;
     if (in_mean) sum += ulps, averaged++;

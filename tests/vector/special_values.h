@@ -27,6 +27,7 @@ template <class T> struct row {
   int status;
   selection which = nullptr;  // null: all
   bool near = false;          // compared with the C library's function
+  T y = 0;                    // the second argument, where there is one
 };
 template <class T> constexpr row<T> near(T x, int status, selection which = nullptr) {
   return {x, 0, status, which, true};
@@ -57,12 +58,12 @@ inline constexpr unsigned invalid_flag = 1, divide_flag = 4, overflow_flag = 8, 
 
 // A kernel's call on one element, under a new record.
 template <class T> struct outcome {
-  T result = -7;
+  T result = -7, second = -7;  // of two arrays, where there are two
   int status = 0;
   std::string reported;  // the name, "" for no report
   unsigned flags = 0;
 
-  outcome(const kernel& k, T x) {
+  outcome(const kernel& k, T x, T y = 0) {
     static thread_local char
         name[sizeof ZurErrorContext::FuncName];  // needs no initialisation on the new thread
     on_new_thread([&] {
@@ -70,7 +71,7 @@ template <class T> struct outcome {
         std::strcpy(name, c->FuncName);
         return 0;
       });
-      const arguments c{1, {&x}, {&result}, {2}, {2}};
+      const arguments c{1, {&x, &y}, {&result, &second}, {2, 2}, {2, 2}};
       flags = under({}, [&] { k(c); }).sse_flags();
       status = _zurGetErrStatus();
       reported = name;
@@ -90,7 +91,7 @@ template <class T> bool is_near(T result, long double expected, int level, doubl
 }
 
 template <class T> void check(const kernel& k, const row<T>& row, const meant& meant) {
-  const outcome<T> got(k, row.x);
+  const outcome<T> got(k, row.x, row.y);
   EXPECT_EQ(got.status, row.status);
   EXPECT_EQ(got.reported, row.status ? k.f->report_name : "");
   if (row.near) {
@@ -117,7 +118,7 @@ template <class T, std::size_t N>
 void check_rows(const char* root, const row<T> (&rows)[N], const meant& meant) {
   const auto kernels = kernels_of<T>(root);
   for (const row<T>& row : rows) {
-    SCOPED_TRACE(testing::Message() << root << " of " << std::hexfloat << row.x);
+    SCOPED_TRACE(testing::Message() << root << " of " << std::hexfloat << row.x << ", " << row.y);
     int checked = 0;
     for (const kernel& k : kernels) {
       if (row.which && !row.which(k)) continue;

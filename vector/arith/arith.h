@@ -1,0 +1,24 @@
+// What the kernels of arithmetic, rounding and comparison share: one kernel serves all levels.
+#pragma once
+#include "vector/walk.h"
+
+namespace zur::inline ZUR_WIDTH {
+
+// A kernel of `root` in blocks of so many elements. Its filler is harmless in every one of these functions.
+template <class T, template <class> class root, int elements, int in = 1> struct arith : usual_kernel {
+  using function = root<T>;
+  using type = T;
+  static constexpr level slot = la;
+  static constexpr int block = elements, inputs = in;
+  static constexpr T filler = T(0.75);
+};
+
+// From here on every number is whole.
+template <class T> inline constexpr T all_whole = sizeof(T) == 4 ? T(0x1p23) : T(0x1p52);
+
+// Flags lanes of an infinity or a NaN.
+template <class T> ZUR_INLINE flags<T> not_finite(vec<T> x) {
+  return above_abs<T>(x, sizeof(T) == 4 ? 0x7F7FFFFF : 0x7FEFFFFF);
+}
+
+}  // namespace zur::inline ZUR_WIDTH
