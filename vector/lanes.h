@@ -97,10 +97,10 @@ template <class T> ZUR_INLINE vec<T> with_sign(vec<T> x, vec<T> s) {
 
 // The processor's maximum and minimum: the second operand where the two compare equal or one is a NaN.
 #if defined(__AVX512DQ__)
-ZUR_INLINE vec<float> maximum(vec<float> a, vec<float> b) { return _mm512_max_ps(a, b); }
-ZUR_INLINE vec<double> maximum(vec<double> a, vec<double> b) { return _mm512_max_pd(a, b); }
-ZUR_INLINE vec<float> minimum(vec<float> a, vec<float> b) { return _mm512_min_ps(a, b); }
-ZUR_INLINE vec<double> minimum(vec<double> a, vec<double> b) { return _mm512_min_pd(a, b); }
+ZUR_INLINE vec<float> maximum(vec<float> a, vec<float> b) { return _mm512_maskz_max_ps(0xFFFF, a, b); }
+ZUR_INLINE vec<double> maximum(vec<double> a, vec<double> b) { return _mm512_maskz_max_pd(0xFF, a, b); }
+ZUR_INLINE vec<float> minimum(vec<float> a, vec<float> b) { return _mm512_maskz_min_ps(0xFFFF, a, b); }
+ZUR_INLINE vec<double> minimum(vec<double> a, vec<double> b) { return _mm512_maskz_min_pd(0xFF, a, b); }
 #elif defined(__AVX2__)
 ZUR_INLINE vec<float> maximum(vec<float> a, vec<float> b) { return _mm256_max_ps(a, b); }
 ZUR_INLINE vec<double> maximum(vec<double> a, vec<double> b) { return _mm256_max_pd(a, b); }

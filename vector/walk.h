@@ -16,6 +16,8 @@
 //   static constexpr bool screened = false;   true: elements go out in order as lanes are served, so that a
 //                                             callback sees all before its own in the output array
 //   static constexpr int inputs = 1, outputs = 1;
+//   static constexpr int together = 16;       elements, more than a block, whose flags one test covers; with any
+//                                             set, the blocks go one by one
 //   static constexpr T overflow, underflow;   from these arguments on the result is infinity or zero, and a
 //                                             lane needs no routine where the error mode is NOERR
 //
@@ -44,6 +46,7 @@ struct usual_kernel {
   using environment = usual_environment<>;
   static constexpr bool screened = false;
   static constexpr int inputs = 1, outputs = 1;
+  static constexpr int together = 0;
 };
 
 // A kernel in blocks of another size, for a twin.
@@ -56,11 +59,13 @@ template <class E> struct dense {
   static constexpr bool contiguous = true;
   E* p;
   ZUR_INLINE E& operator[](int i) const { return p[i]; }
+  ZUR_INLINE dense from(int first) const { return {p + first}; }
 };
 template <class E> struct strided {
   E* p;
   std::int32_t inc;
   ZUR_INLINE E& operator[](int i) const { return p[static_cast<std::ptrdiff_t>(i) * inc]; }
+  ZUR_INLINE strided from(int first) const { return {&(*this)[first], inc}; }
 };
 
 template <class K, template <class> class array> struct operands {
@@ -74,30 +79,30 @@ template <class K> inline constexpr bool saturates = requires {
   K::underflow;
 };
 
-// Lane i of an array from element `first` on, or the filler past the first m.
+// Lane i of an array, or the filler past the first m.
 template <bool whole, class T, template <class> class array>
-ZUR_INLINE T lane(array<const T> a, int first, int i, int m, T filler) {
-  return whole || i < m ? a[first + i] : filler;
+ZUR_INLINE T lane(array<const T> a, int i, int m, T filler) {
+  return whole || i < m ? a[i] : filler;
 }
 
-// A vector from an array, element `first` in lane 0; unless it is whole, only its first m lanes are read.
+// A vector from the beginning of an array; unless it is whole, only its first m lanes are read.
 template <bool whole, class T, template <class> class array>
-ZUR_INLINE vec<T> take(array<const T> a, int first, int m, T filler) {
-  if constexpr (whole && requires { array<const T>::contiguous; }) return load(&a[first]);
+ZUR_INLINE vec<T> take(array<const T> a, int m, T filler) {
+  if constexpr (whole && requires { array<const T>::contiguous; }) return load(&a[0]);
   return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
-    return vec<T>{lane<whole>(a, first, i, m, filler)...};
+    return vec<T>{lane<whole>(a, i, m, filler)...};
   }
   (std::make_index_sequence<lanes<T>>());
 }
 
 template <bool whole, class T, template <class> class array>
-ZUR_INLINE void put(array<T> r, int first, int m, vec<T> v) {
-  if constexpr (whole && requires { array<T>::contiguous; }) return store(&r[first], v);
+ZUR_INLINE void put(array<T> r, int m, vec<T> v) {
+  if constexpr (whole && requires { array<T>::contiguous; }) return store(&r[0], v);
   T lane[lanes<T>];
   store(lane, v);
 #pragma GCC unroll 16
   for (int i = 0; i < lanes<T>; i++)
-    if (whole || i < m) r[first + i] = lane[i];
+    if (whole || i < m) r[i] = lane[i];
 }
 
 template <class K, std::size_t... s>
@@ -117,8 +122,9 @@ template <class K, int count, class T = typename K::type> struct group {
 #pragma GCC unroll 8
     for (int v = 0; v < count; v++) {
       const int past = v * lanes<T>;
+#pragma GCC unroll 2
       for (int s = 0; s < K::inputs; s++)
-        x[v][s] = take<whole, T>(arrays.in[s], first + past, m - past, K::filler);
+        x[v][s] = take<whole, T>(arrays.in[s].from(first + past), m - past, K::filler);
       y[v] = fast(k, x[v], std::make_index_sequence<K::inputs>());
     }
   }
@@ -201,28 +207,36 @@ template <class K, int count, template <class> class array>
   for (; stored < m; stored++) store_lane(stored);
 }
 
-// Elements `first` to `first + m`, `count` whole vectors or the beginning of one.
-template <class K, int count, bool whole, template <class> class array>
+// Elements `first` to `first + m`, `count` whole vectors or the beginning of one; as one block or several.
+template <class K, int count, bool whole, int alone = count, template <class> class array>
 ZUR_INLINE void step(const K& k, int m, int first, std::uint32_t mode, const operands<K, array>& arrays) {
   using T = typename K::type;
   const group<K, count> g(k, m, first, arrays, std::bool_constant<whole>());
   if constexpr (has_routine<K>)
-    if (g.special()) [[unlikely]]
-      return special_group<K, count>(k, m, first, mode, arrays);
+    if (g.special()) [[unlikely]] {
+      if constexpr (alone == count) return special_group<K, count>(k, m, first, mode, arrays);
+      for (int v = 0; v < count; v += alone)
+        special_group<K, alone>(k, alone * lanes<T>, first + v * lanes<T>, mode, arrays);
+      return;
+    }
 #pragma GCC unroll 8
   for (int v = 0; v < count; v++)
+#pragma GCC unroll 2
     for (int o = 0; o < K::outputs; o++)
-      put<whole, T>(arrays.out[o], first + v * lanes<T>, m - v * lanes<T>, g.y[v].value[o]);
+      put<whole, T>(arrays.out[o].from(first + v * lanes<T>), m - v * lanes<T>, g.y[v].value[o]);
 }
 
 // Whole blocks, then whole vectors, then what is left, in an environment that is entered.
 template <class K, template <class> class array>
 ZUR_INLINE void elements(const K& k, int n, std::uint32_t mode, const operands<K, array>& arrays) {
-  constexpr int vector = lanes<typename K::type>, vectors = K::block < vector ? 1 : K::block / vector;
-  constexpr int block = vectors * vector;
+  constexpr int vector = lanes<typename K::type>;
+  constexpr int vectors = K::block < vector ? 1 : K::block / vector, block = vectors * vector;
+  constexpr int count = K::together < block ? vectors : K::together / vector, elements = count * vector;
   int i = 0;
-  for (; n - i >= block; i += block) step<K, vectors, true>(k, block, i, mode, arrays);
-  if constexpr (vectors > 1)
+  for (; n - i >= elements; i += elements) step<K, count, true, vectors>(k, elements, i, mode, arrays);
+  if constexpr (count > vectors && vectors > 1)
+    for (; n - i >= block; i += block) step<K, vectors, true>(k, block, i, mode, arrays);
+  if constexpr (count > 1)
     for (; n - i >= vector; i += vector) step<K, 1, true>(k, vector, i, mode, arrays);
   if (i < n) step<K, 1, false>(k, n - i, i, mode, arrays);
 }

@@ -8,6 +8,7 @@
 #include <mpfr.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -25,6 +26,14 @@ template <class E> struct exact {
 
   explicit exact(wide v, wide low = 0) : value(v), rest(std::isfinite(v) ? low : 0), rounded(E(v)) {
     using limits = std::numeric_limits<E>;
+    if constexpr (sizeof(E) == 4)
+      if (rest == 0) {  // the usual case of single kernels, by its bits
+        const int exponent = int(std::bit_cast<std::uint64_t>(v) >> 52 & 0x7FF) - 1023;
+        const int ulp =
+            std::clamp(exponent, limits::min_exponent - 1, limits::max_exponent - 1) - (limits::digits - 1);
+        per_ulp = std::bit_cast<double>(std::uint64_t(1023 - ulp) << 52);
+        return;
+      }
     int binade = std::ilogb(v);
     int unused;
     if (rest != 0 && (rest < 0) != (v < 0) && std::fabs(std::frexp(v, &unused)) == wide(0.5)) binade--;

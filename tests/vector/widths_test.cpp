@@ -76,9 +76,11 @@ void compare(int width) {
           c.in[j] = in[j].data(), c.inc_in[j] = c.inc_out[j] = inc;
         }
         const std::size_t size = (2 * static_cast<std::size_t>(n) + 1) * how.out_size;
-        ASSERT_TRUE(run(*k.f, k.f->table, k.level, c, size) ==
-                    run(*k.f, wide.at(k.f->name)[width], k.level, c, size))
-            << k << ", n " << n << ", increment " << inc;
+        outcome expected = run(*k.f, k.f->table, k.level, c, size);
+        const outcome got = run(*k.f, wide.at(k.f->name)[width], k.level, c, size);
+        for (std::size_t i = 0; how.inputs == 2 && i < size; i += how.real_size)
+          take_over_nan(&expected.results[i], &got.results[i], how.real_size);
+        ASSERT_TRUE(got == expected) << k << ", n " << n << ", increment " << inc;
         compared++;
       }
     }

@@ -19,6 +19,7 @@ template <class T> struct sqr : arith<T, fn::Sqr, 64 / sizeof(T)> {
 
 // A zero divisor is a pole whatever the dividend.
 template <class T> struct div : arith<T, fn::Div, 4, 2> {
+  static constexpr int together = 64 / sizeof(T);
   static results<T> fast(vec<T> a, vec<T> b) { return {{a / b}, where<T>(b == 0)}; }
   static int routine(const T& a, const T& b, T& r) {
     r = fp::divide(a, b);

@@ -13,7 +13,7 @@ template <class T> ZUR_INLINE void other_than_nan(const T& a, const T& b, T& r) 
   if (a != a) r = fp::quieted(b);
 }
 
-template <class T, template <class> class root> struct extreme : arith<T, root, 4, 2> {
+template <class T, template <class> class root> struct extreme : arith<T, root, 64 / sizeof(T), 2> {
   static results<T> one_of(vec<T> a, vec<T> b, vec<T> r) {
     return {{r}, not_finite<T>(a) | not_finite<T>(b)};
   }
@@ -42,7 +42,7 @@ template <class T> struct copy_sign : arith<T, fn::CopySign, 64 / sizeof(T), 2> 
   static results<T> fast(vec<T> a, vec<T> b) { return {{with_sign<T>(magnitude<T>(a), b)}}; }
 };
 
-template <class T> struct fdim : arith<T, fn::Fdim, sizeof(T) == 4 ? 16 : 4, 2> {
+template <class T> struct fdim : arith<T, fn::Fdim, 64 / sizeof(T), 2> {
   static results<T> fast(vec<T> a, vec<T> b) {
     return {{b < a ? a - b : vec<T>{}}, not_finite<T>(a) | not_finite<T>(b)};
   }

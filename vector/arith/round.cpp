@@ -20,7 +20,7 @@ template <class T> ZUR_INLINE vec<T> floor_to_nearest(vec<T> x) {
   return t - one_if_negative<T>(x - t);
 }
 
-template <class T, template <class> class root> struct rounding : arith<T, root, 32 / sizeof(T)> {
+template <class T, template <class> class root> struct rounding : arith<T, root, 64 / sizeof(T)> {
   static constexpr bool screened = true;
   static flags<T> whole(vec<T> x) { return above_abs<T>(x, sizeof(T) == 4 ? 0x4B000000 : 0x432FFFFF); }
   static int routine(const T& x, T& r) { return r = x != x ? x + x : x, ZUR_STATUS_OK; }
@@ -110,7 +110,7 @@ template <class T> struct modf_twin : modf_base<T> {
 };
 
 // Beyond the magnitude nothing is left.
-template <class T> struct frac : arith<T, fn::Frac, 4> {
+template <class T> struct frac : arith<T, fn::Frac, 32 / sizeof(T)> {
   static results<T> fast(vec<T> x) {
     const vec<T> ax = magnitude<T>(x), part = ax - floor_to_nearest<T>(ax);
     const auto kept = as<pattern<T>>(part) & ~if_negative<T>(all_whole<T> - ax);
