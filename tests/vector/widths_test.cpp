@@ -56,6 +56,7 @@ outcome run(const function& f, const entry* table, int level, const arguments& c
 
 void compare(int width) {
   std::mt19937 random(7);
+  constexpr int rounds = 200;
   int compared = 0;
   on_new_thread([&] {
     _zurSetErrorCallBack([](ZurErrorContext* c) {
@@ -64,7 +65,7 @@ void compare(int width) {
     });
     for (const kernel& k : kernels()) {
       const form& how = *k.f->how;
-      for (int round = 0; round < 400; round++) {
+      for (int round = 0; round < rounds; round++) {
         const int n = round < 140 ? round : 1000;
         arguments c{n};
         std::vector<unsigned char> in[2];
@@ -85,7 +86,7 @@ void compare(int width) {
       }
     }
   });
-  EXPECT_GE(compared, 400 * 24);
+  EXPECT_GE(compared, rounds * 24);
 }
 
 TEST(widths, of_256_bits_give_the_same_bits) {
