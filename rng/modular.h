@@ -5,24 +5,25 @@
 
 namespace [[gnu::visibility("hidden")]] kov {
 
-// a to a power, from the right: the product of a^(2^k) over the set bits k. `one` is the neutral element and
-// `times` an associative product. The power is given in words, the least significant first.
-template <class T, class Times> constexpr T power(T a, std::span<const std::uint64_t> n, T one, Times times) {
-  T result = one;
+// a to a power times `start`, from the right: start is multiplied by a^(2^k) for every set bit k. The product
+// `times` of powers of a is associative and commutative. The power is given in words, the least significant first.
+template <class R, class T, class Times>
+constexpr R power(T a, std::span<const std::uint64_t> n, R start, Times times) {
+  R result = start;
   std::size_t words = n.size();
   while (words > 0 && n[words - 1] == 0) words--;
   for (std::size_t w = 0; w < words; w++) {
     const bool last = w + 1 == words;
     std::uint64_t bits = n[w];
     for (int k = 0; k < 64 && (bits != 0 || !last); k++, bits >>= 1) {
-      if (bits & 1) result = times(result, a);
+      if (bits & 1) result = times(a, result);
       if (bits > 1 || !last) a = times(a, a);
     }
   }
   return result;
 }
-template <class T, class Times> constexpr T power(T a, std::uint64_t n, T one, Times times) {
-  return power(a, std::span<const std::uint64_t>(&n, 1), one, times);
+template <class R, class T, class Times> constexpr R power(T a, std::uint64_t n, R start, Times times) {
+  return power(a, std::span<const std::uint64_t>(&n, 1), start, times);
 }
 
 inline constexpr std::uint32_t m31 = 0x7FFFFFFF;  // 2^31 - 1, a prime

@@ -21,18 +21,25 @@ namespace kov { namespace {
 using vector3 = std::array<std::uint32_t, 3>;
 using matrix = std::array<vector3, 3>;
 
-constexpr matrix identity = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
-
+// The upper halves of the products are reduced first, so that their sum fits with the lower ones.
 template <class Row> constexpr std::uint32_t dot(const Row& row, const vector3& v, std::uint32_t m) {
-  std::uint64_t sum = 0;
-  for (std::size_t i = 0; i < 3; i++) sum += times_mod(row[i], v[i], m);
-  return static_cast<std::uint32_t>(sum % m);
+  std::uint64_t upper = 0, lower = 0;
+  for (std::size_t i = 0; i < 3; i++) {
+    const std::uint64_t p = static_cast<std::uint64_t>(row[i]) * v[i];
+    upper += p >> 32;
+    lower += p & 0xFFFFFFFF;
+  }
+  upper = (upper + (lower >> 32)) % m;
+  return static_cast<std::uint32_t>((upper << 32 | (lower & 0xFFFFFFFF)) % m);
+}
+constexpr vector3 times_mod(const matrix& a, const vector3& v, std::uint32_t m) {
+  return {dot(a[0], v, m), dot(a[1], v, m), dot(a[2], v, m)};
 }
 constexpr matrix times_mod(const matrix& a, const matrix& b, std::uint32_t m) {
   matrix product = {};
   for (std::size_t j = 0; j < 3; j++) {
-    const vector3 column = {b[0][j], b[1][j], b[2][j]};
-    for (std::size_t i = 0; i < 3; i++) product[i][j] = dot(a[i], column, m);
+    const vector3 column = times_mod(a, vector3{b[0][j], b[1][j], b[2][j]}, m);
+    for (std::size_t i = 0; i < 3; i++) product[i][j] = column[i];
   }
   return product;
 }
@@ -60,15 +67,15 @@ constexpr power_table x_powers = powers_of(cx), y_powers = powers_of(cy);
 
 void store(std::uint32_t* v, const vector3& value) { std::copy(value.begin(), value.end(), v); }
 
+// The powers commute, so that the vector can be taken through them one by one: a third of the work of a product of
+// matrices.
 void jump(std::uint32_t* v, const std::uint32_t* c, std::uint32_t m, std::span<const std::uint64_t> n) {
-  const matrix a = power(step_matrix(c), n, identity,
-                         [m](const matrix& l, const matrix& r) { return times_mod(l, r, m); });
-  const vector3 old = {v[0], v[1], v[2]};
-  store(v, {dot(a[0], old, m), dot(a[1], old, m), dot(a[2], old, m)});
+  const vector3 start = {v[0], v[1], v[2]};
+  store(v,
+        power(step_matrix(c), n, start, [m](const matrix& a, const auto& x) { return times_mod(a, x, m); }));
 }
 
-// The powers commute, so that the vector can be taken through them one by one: a third of the work of a product of
-// matrices. The modulus is known here and its remainders need no division.
+// With the modulus known the remainders need no division.
 template <std::uint32_t m>
 void jump_by_table(std::uint32_t* v, std::span<const std::uint64_t> n, const std::uint32_t* table) {
   vector3 now = {v[0], v[1], v[2]};

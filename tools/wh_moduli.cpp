@@ -238,7 +238,8 @@ void write(std::FILE* out, const std::vector<window>& rows, double least) {
 // 127 that the member does not use yet; the largest becomes its multiplier. Members 3 to 271 are in the order of falling
 // m1. Members 0, 1, 2 and 272 are given, 3 and 271 stand at the ends of the range, and the others are the windows of
 // this kind that overlap neither these nor each other, with the largest least merit by the spectral test of the combined
-// generator in dimensions 2 to 6: at least %.3f. Below that are only member)",
+// generator in dimensions 2 to 6: at least %.3f. Below that
+// are only member)",
       least);
   const char* comma = "";
   for (std::size_t i = 0; i < rows.size(); i++)

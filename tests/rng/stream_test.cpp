@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <string>
 
@@ -80,6 +81,22 @@ TEST_P(families, make_real_numbers_of_the_words_that_integer_fills_deliver) {
       ASSERT_EQ(d[i], expect(i)) << n << ' ' << i;
       ASSERT_EQ(f[i], static_cast<float>(expect(d.size() + i))) << n << ' ' << i;
     }
+  }
+}
+
+TEST_P(families, write_n_outputs_where_they_are_told) {
+  const BrngProperties row = fresh().row();
+  constexpr std::uint32_t untouched = 0xA5A5A5A5;
+  for (int n = 1; n <= 40; n++) {
+    const int width = row.WordBytes / 4, end = n * width + 1;
+    words r(static_cast<std::size_t>(end + 1), untouched);
+    std::vector<float> f(static_cast<std::size_t>(n + 2), -1);
+    stream integers = fresh(), singles = fresh();
+    EXPECT_EQ(row.FillInteger(integers.get(), n, r.data() + 1), 0);
+    EXPECT_EQ(row.FillSingle(singles.get(), n, f.data() + 1, 0, 1), 0);
+    EXPECT_TRUE(r.front() == untouched && r.back() == untouched && f.front() == -1 && f.back() == -1) << n;
+    EXPECT_EQ(words(r.begin() + 1, r.end() - 1), fresh().integers(n));
+    EXPECT_EQ(std::vector<float>(f.begin() + 1, f.end() - 1), fresh().singles(n, 0, 1));
   }
 }
 
@@ -231,6 +248,17 @@ TEST(registry, old_and_new_codes_make_the_same_generator) {
     EXPECT_TRUE(head->HeadTag == 1 && head->HeadFlags == 0 && head->HeadReserved == 0 && !head->ChunkList);
     EXPECT_EQ(a.integers(100), b.integers(100)) << old;
   }
+}
+
+TEST(processor, is_told_right) {
+  std::ifstream file("/proc/cpuinfo");
+  std::string line;
+  while (std::getline(file, line) && !line.starts_with("flags")) {
+  }
+  line += ' ';
+  EXPECT_EQ(__kovCPUisRDRAND(), line.find(" rdrand ") != line.npos);
+  EXPECT_EQ(__kovCPUisAES(), line.find(" aes ") != line.npos);
+  EXPECT_EQ(__kovCPUisVAES(), arko_serv_cpuisicx());
 }
 
 // A generator of one's own: counts from its seed on.
