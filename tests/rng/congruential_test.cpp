@@ -97,7 +97,7 @@ TEST(congruential, are_their_recursions_from_every_seed) {
       {KOV_BRNG_WH + 272, wh(272), {1, 2, 3, 16766230, 5}, {1, 2, 3, 16766230}},
   };
   for (const auto& row : rows)
-    EXPECT_EQ(stream(row.code, row.seed).integers(3000), row.defined(row.state, 3000)) << &row - rows;
+    EXPECT_EQ(stream(row.code, row.seed).integers(20000), row.defined(row.state, 20000)) << &row - rows;
 }
 
 TEST(mrg32k3a, is_the_published_generator) {
@@ -228,6 +228,33 @@ TEST(mrg32k3a, long_skips_are_skips_beyond_whole_periods) {
   std::memcpy(state, static_cast<const char*>(s.get()) + 16, sizeof state);
   EXPECT_EQ(words(state, state + 3), (words{1, 2, 3}));
   EXPECT_NE(words(state + 3, state + 6), (words{4, 5, 6}));
+}
+
+// Numbers next to 0 and to the modulus in every place of the lanes, where reductions could go wrong. They are rare: the
+// stream starts so far before them.
+TEST(congruential, reduce_numbers_next_to_their_moduli) {
+  const count both = times(period(m1), period(m2));
+  const words seeds[] = {{5, 7, 100, 3, 20000, 9},
+                         {4294967086, 4294967085, 0, 4294944442, 4294944441, 0},
+                         {208, 209, 210, 22852, 22853, 22854}};
+  for (const words& seed : seeds) {
+    const words expected = mrg32k3a(std::vector<int128>(seed.begin(), seed.end()), 20);
+    for (std::uint64_t before = 16; before < 40; before++) {
+      count back = both;
+      back[0] -= before;
+      stream s(KOV_BRNG_MRG32K3A, seed);
+      s.skip(back);
+      const words all = s.integers(static_cast<int>(before) + 20);
+      EXPECT_EQ(words(all.end() - 20, all.end()), expected) << before;
+    }
+  }
+  for (const std::uint32_t x : {1u, 2u, 2147483645u, 2147483646u})
+    for (int before = 16; before < 40; before++) {
+      stream s(KOV_BRNG_MCG31M1, {x});
+      s.skip(2147483646 - before);
+      const words all = s.integers(before + 20);
+      EXPECT_EQ(words(all.end() - 20, all.end()), mcg31m1({x}, 20)) << before;
+    }
 }
 
 TEST(mrg32k3a, long_skip_without_memory_leaves_the_stream) {
