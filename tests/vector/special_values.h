@@ -114,8 +114,7 @@ template <class T> void check(const kernel& k, const row<T>& row, const meant& m
   EXPECT_EQ(got.flags & (raised | clear), raised);
 }
 
-template <class T, std::size_t N>
-void check_rows(const char* root, const row<T> (&rows)[N], const meant& meant) {
+template <class T> void check_rows(const char* root, const std::vector<row<T>>& rows, const meant& meant) {
   const auto kernels = kernels_of<T>(root);
   for (const row<T>& row : rows) {
     SCOPED_TRACE(testing::Message() << root << " of " << std::hexfloat << row.x << ", " << row.y);
@@ -128,6 +127,11 @@ void check_rows(const char* root, const row<T> (&rows)[N], const meant& meant) {
     }
     EXPECT_GT(checked, 0);
   }
+}
+
+template <class T, std::size_t N>
+void check_rows(const char* root, const row<T> (&rows)[N], const meant& meant) {
+  check_rows(root, std::vector<row<T>>(rows, rows + N), meant);
 }
 
 // A signalling NaN comes out quiet, with its sign and payload, and is an invalid operation.
