@@ -289,11 +289,10 @@ void measure_part(const pass<E, inputs>& p, const std::vector<kernel<E, inputs>>
     }
     for (std::size_t k = 0; k < kernels.size(); k++) {
       kernels[k].run(n, a);
-      for (std::size_t i = 0; i < std::size_t(n); i++)
-        found[k].add(at[i], in_ulps(a.out[i], wanted[i]), wanted[i], p.in_mean);
+      for (std::size_t i = 0; i < std::size_t(n); i++) found[k].add(at[i], a.out[i], wanted[i], p.in_mean);
       if (kernels[k].levels.back() == EP)
         for (std::size_t i = 0; i < std::size_t(n); i++)
-          found[k].relative.add(at[i], in_relative(a.out[i], wanted[i], meant.floor));
+          found[k].add_relative(at[i], a.out[i], wanted[i], meant.floor);
     }
   }
 }

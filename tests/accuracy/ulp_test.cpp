@@ -74,21 +74,26 @@ TEST(Ulp, MpfrValuesKeepTheirRest) {
 
 TEST(Ulp, MeterKeepsTheWorstAndTheMean) {
   arko::test::meter<float> a, b;
-  const exact<float> one(1.0), small(-0x1p-127);
-  a.add(1, 0.25, one, true);
-  a.add(2, 3, one, false);
-  b.add(3, 0.75, one, true);
-  b.add(4, 7, small, false);
-  b.relative.add(3, 0.125);
+  const exact<float> quarter(1 + 0x1p-25), one(1.0), three_quarters(1 + 0x1.8p-24), small(-0x1p-127);
+  a.add(1, 1, quarter, true);
+  a.add(2, 1 + 0x3p-23f, one, false);
+  a.add(5, 1 - 0x1p-23f, one, false);
+  b.add(3, 1, three_quarters, true);
+  b.add(4, -0x1p-127f + 0x7p-149f, small, false);
+  b.add_relative(3, 1.125f, one, 0);
+  b.add_relative(6, 1.0625f, one, 0);
   a.merge(b);
   EXPECT_EQ(a.normal.error, 3);
   EXPECT_EQ(a.normal.where, 2);
   EXPECT_EQ(a.tiny.error, 7);
   EXPECT_EQ(a.tiny.where, 4);
   EXPECT_EQ(a.mean(), 0.5);
-  EXPECT_EQ(a.samples, 4u);
+  EXPECT_EQ(a.samples, 5u);
   EXPECT_EQ(a.relative.error, 0.125);
   EXPECT_EQ(a.relative.where, 3);
+  a.add(7, std::numeric_limits<float>::quiet_NaN(), one, false);
+  EXPECT_EQ(a.normal.error, HUGE_VAL);
+  EXPECT_EQ(a.normal.where, 7);
 }
 
 }  // namespace

@@ -83,10 +83,18 @@ template <class E, class A = E> struct meter {
   double sum = 0;
   std::uint64_t averaged = 0, samples = 0;
 
-  void add(const A& argument, double ulps, const exact<E>& x, bool in_mean) {
-    (std::fabs(x.value) < std::numeric_limits<E>::min() ? tiny : normal).add(argument, ulps);
+  void add(const A& argument, E y, const exact<E>& x, bool in_mean) {
     samples++;
+    worst<A>& most = std::fabs(x.value) < std::numeric_limits<E>::min() ? tiny : normal;
+    // Nearly always the error is below one that was met before, which takes little to tell.
+    if (!in_mean && std::fabs((y - x.value) - x.rest) * x.per_ulp <= most.error) return;
+    const double ulps = in_ulps(y, x);
+    most.add(argument, ulps);
     if (in_mean) sum += ulps, averaged++;
+  }
+  void add_relative(const A& argument, E y, const exact<E>& x, double floor) {
+    if (std::fabs((y - x.value) - x.rest) <= relative.error * std::fabs(x.value)) return;
+    relative.add(argument, in_relative(y, x, floor));
   }
   void merge(const meter& other) {
     normal.add(other.normal.where, other.normal.error);
