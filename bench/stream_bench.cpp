@@ -197,10 +197,18 @@ int main(int argc, char** argv) {
   family("MCG59", KOV_BRNG_MCG59);
   family("MRG32K3A", KOV_BRNG_MRG32K3A);
   family("WH", KOV_BRNG_WH);
+  family("R250", KOV_BRNG_R250);
+  family("MT19937", KOV_BRNG_MT19937);
+  family("MT2203", KOV_BRNG_MT2203);
+  family("SFMT19937", KOV_BRNG_SFMT19937);
   skip("skip MRG32K3A by 2^62", KOV_BRNG_MRG32K3A, {std::uint64_t{1} << 62});
   skip("skip MRG32K3A by 193 bits", KOV_BRNG_MRG32K3A, {~0ull, ~0ull, ~0ull, 1});
   skip("skip MRG32K3A by 1024 bits", KOV_BRNG_MRG32K3A, std::vector<std::uint64_t>(16, ~0ull));
   skip("skip WH by 2^62", KOV_BRNG_WH, {std::uint64_t{1} << 62});
+  skip("skip MT19937 by 2^20 - 1", KOV_BRNG_MT19937, {(1 << 20) - 1});
+  skip("skip MT19937 by 2^20", KOV_BRNG_MT19937, {1 << 20});
+  skip("skip MT19937 by 10^15", KOV_BRNG_MT19937, {1'000'000'000'000'000});
+  skip("skip SFMT19937 by 10^15", KOV_BRNG_SFMT19937, {1'000'000'000'000'000});
 
   table report;
   benchmark::RunSpecifiedBenchmarks(&report);

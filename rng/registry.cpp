@@ -23,18 +23,18 @@ status planned_words(void*, int32_t, std::uint32_t*) { return KOV_STATUS_BAD_BRN
 
 //  family, StateSize, SeedCount, IncludesZero, WordBytes, BitCount
 ROW(MCG31M1, 24, 1, 0, 4, 31);
-PLANNED(R250, 1024, 252, 1, 4, 32);
+ROW(R250, 1024, 252, 1, 4, 32);
 ROW(MRG32K3A, 40, 6, 1, 4, 32);
 ROW(MCG59, 32, 1, 0, 8, 59);
 ROW(WH, 48, 4, 1, 16, 24);
 PLANNED(Sobol, 11712, 2604, 0, 4, 32);
 PLANNED(Niederr, 84288, 10498, 0, 4, 32);
-PLANNED(MT19937, 2520, 625, 1, 4, 32);
-PLANNED(MT2203, 312, 70, 1, 4, 32);
+ROW(MT19937, 2520, 625, 1, 4, 32);
+ROW(MT2203, 312, 70, 1, 4, 32);
 PLANNED(iAbstract, 40, 0, 1, 4, 32);
 PLANNED(dAbstract, 56, 0, 1, 4, 32);
 PLANNED(sAbstract, 48, 0, 1, 4, 32);
-PLANNED(SFMT19937, 2536, 625, 1, 4, 32);
+ROW(SFMT19937, 2536, 625, 1, 4, 32);
 PLANNED(TRNG, 24, 1, 0, 4, 32);
 PLANNED(ARS5, 72, 8, 1, 4, 32);
 PLANNED(PHILOX4X32X10, 64, 8, 1, 4, 32);

@@ -268,6 +268,33 @@ KOV_BRNG_ENTRIES(MRG32K3A);
  */
 KOV_BRNG_ENTRIES(WH);
 
+/*
+ * R250. x(n) = x(n-250) ^ x(n-147) on words of 32 bits (Kirkpatrick and Stoll, "A very fast shift-register sequence
+ * random number generator", 1981). Seed: 250 words or more are the first 250 values, the oldest first. With fewer,
+ * the values are s 69069^k mod 2^32, k from 1, s = seed[0], or 1 in place of 0 and without a seed, and 32 of them
+ * are then made independent. No skip.
+ */
+KOV_BRNG_ENTRIES(R250);
+
+/*
+ * MT19937, the Mersenne Twister (Matsumoto and Nishimura, 1998), period 2^19937 - 1. Seed: a key of any number of
+ * words for its initialisation by an array (2002); {1} without a seed. Skip, by any count in under 10 ms.
+ */
+KOV_BRNG_ENTRIES(MT19937);
+
+/*
+ * MT2203, 6024 members: Mersenne Twisters of 69 words with parameters of their own (Matsumoto and Nishimura,
+ * "Dynamic creation of pseudorandom number generators", 2000), period 2^2203 - 1. Seed as for MT19937. No skip:
+ * members are streams that are independent of each other.
+ */
+KOV_BRNG_ENTRIES(MT2203);
+
+/*
+ * SFMT19937, the SIMD-oriented Fast Mersenne Twister (Saito and Matsumoto, 2008), period a multiple of 2^19937 - 1.
+ * Seed as for MT19937, by its own initialisation by an array. Skip.
+ */
+KOV_BRNG_ENTRIES(SFMT19937);
+
 /* ---- Powers ------------------------------------------------------------------------------ */
 
 /* a^n mod m, mod 2^31 - 1, mod 2^59. The results are the powers. */
@@ -291,6 +318,41 @@ int32_t __koviVect3PowArrayMod_M1(uint32_t* vector, int32_t nwords, const uint64
                                   const uint32_t* table);
 int32_t __koviVect3PowArrayMod_M2(uint32_t* vector, int32_t nwords, const uint64_t* words,
                                   const uint32_t* table);
+
+/* ---- Skips by polynomial ------------------------------------------------------------------ */
+
+/*
+ * x^nskip modulo a polynomial over the field of two elements, given by the ascending exponents of its terms, the
+ * last of which is its degree. Bit i of result, an array of 2 words elements, is the coefficient of x^i; words is
+ * at least degree / 64 rounded up. nskip is not negative. KOV_STATUS_NO_MEMORY: nothing is written.
+ */
+int32_t __kovPolyRem(int64_t nskip, int32_t degree, int32_t nterms, const int32_t* exponents, int32_t words,
+                     uint32_t* result);
+
+/*
+ * A generator's operations on states, for a skip. A state is a record like the stream's, with undefined contents at
+ * first, and starts at a multiple of 64 bytes.
+ */
+typedef void (*StateZero)(void* state);                     /* becomes the zero state */
+typedef void (*StateXor)(void* target, const void* source); /* target = target ^ source */
+typedef void (*StateCopy)(void* target, const void* source);
+typedef void (*StateStep)(void* state); /* advances by one step of the generator */
+/* Puts the state into the stream; offset as prepare has told it. */
+typedef void (*StateFinish)(void* stream, void* state, int32_t offset);
+/* Skips what needs no polynomial. 0 when that was all; else *nskip is the number of steps that are left. */
+typedef int32_t (*SkipPrepare)(void* stream, int64_t* nskip, int32_t* offset);
+
+/*
+ * Skip nskip outputs of a stream whose step has the characteristic polynomial that is given as above: by Horner's
+ * schedule, and by a sliding window of 8 bits, which needs fewer sums and the room of 129 states. state_bytes is the
+ * size of a stream record. KOV_STATUS_NO_MEMORY: the stream stands where prepare has left it.
+ */
+int32_t __kov_SkipAheadHorner(void* stream, StateZero zero, StateXor xor_, StateCopy copy, StateStep step,
+                              StateFinish finish, SkipPrepare prepare, int64_t nskip, int32_t words,
+                              int32_t degree, int32_t state_bytes, int32_t nterms, const int32_t* exponents);
+int32_t __kov_SkipAheadSWin(void* stream, StateZero zero, StateXor xor_, StateCopy copy, StateStep step,
+                            StateFinish finish, SkipPrepare prepare, int64_t nskip, int32_t words,
+                            int32_t degree, int32_t state_bytes, int32_t nterms, const int32_t* exponents);
 
 #ifdef __cplusplus
 }
