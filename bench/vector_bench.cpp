@@ -43,6 +43,8 @@ __m128 _ZGVbN4v_log2f(__m128);
 __m128d _ZGVbN2v_log2(__m128d);
 __m128 _ZGVbN4v_log10f(__m128);
 __m128d _ZGVbN2v_log10(__m128d);
+__m128 _ZGVbN4v_cbrtf(__m128);
+__m128d _ZGVbN2v_cbrt(__m128d);
 }
 
 namespace {
@@ -92,6 +94,10 @@ constexpr drawn intervals[] = {
     {"Inv", {0, 1000}, {0, 1000}},
     {"Sqrt", {0, 1000}, {0, 1000}},
     {"InvSqrt", {0, 1000}, {0, 1000}},
+    {"Cbrt", thousand, thousand},
+    {"InvCbrt", thousand, thousand},
+    {"Pow2o3", thousand, thousand},
+    {"Pow3o2", {0, 1000}, {0, 1000}},
     {"Exp", {-80, 80}, {-700, 700}},
     {"Exp2", {-120, 120}, thousand},
     {"Exp10", {-36, 36}, {-300, 300}},
@@ -296,6 +302,26 @@ constexpr peer peers[] = {
     {"sInvSqrt", "divps, sqrtps", 1, EACH(__m128, 1.0f / _mm_sqrt_ps)},
     {"dInvSqrt", "copy", HUGE_VAL, EACH(__m128d, copied)},
     {"dInvSqrt", "divpd, sqrtpd", 1, EACH(__m128d, 1.0 / _mm_sqrt_pd)},
+    {"sCbrt", "libm", 1, EACH(float, cbrtf)},
+    {"sCbrt", "libmvec", 4, EACH(__m128, _ZGVbN4v_cbrtf)},
+    {"sCbrt", "sleef u10 sse2", 1, EACH(__m128, Sleef_cbrtf4_u10sse2)},
+    {"sCbrt", "sleef u10 sse4", 1, EACH(__m128, Sleef_cbrtf4_u10sse4)},
+    {"sCbrt", "sleef u35 sse2", 3.5, EACH(__m128, Sleef_cbrtf4_u35sse2)},
+    {"sCbrt", "sleef u35 sse4", 3.5, EACH(__m128, Sleef_cbrtf4_u35sse4)},
+    {"dCbrt", "libm", 1, EACH(double, cbrt)},
+    {"dCbrt", "libmvec", 4, EACH(__m128d, _ZGVbN2v_cbrt)},
+    {"dCbrt", "sleef u10 sse2", 1, EACH(__m128d, Sleef_cbrtd2_u10sse2)},
+    {"dCbrt", "sleef u10 sse4", 1, EACH(__m128d, Sleef_cbrtd2_u10sse4)},
+    {"dCbrt", "sleef u35 sse2", 3.5, EACH(__m128d, Sleef_cbrtd2_u35sse2)},
+    {"dCbrt", "sleef u35 sse4", 3.5, EACH(__m128d, Sleef_cbrtd2_u35sse4)},
+    {"sInvCbrt", "divps, libmvec", 4, EACH(__m128, 1.0f / _ZGVbN4v_cbrtf)},
+    {"sInvCbrt", "divps, sleef u35 sse4", 4, EACH(__m128, 1.0f / Sleef_cbrtf4_u35sse4)},
+    {"sInvCbrt", "divps, sleef u10 sse4", 1.5, EACH(__m128, 1.0f / Sleef_cbrtf4_u10sse4)},
+    {"dInvCbrt", "divpd, libmvec", 4, EACH(__m128d, 1.0 / _ZGVbN2v_cbrt)},
+    {"dInvCbrt", "divpd, sleef u35 sse4", 4, EACH(__m128d, 1.0 / Sleef_cbrtd2_u35sse4)},
+    {"dInvCbrt", "divpd, sleef u10 sse4", 1.5, EACH(__m128d, 1.0 / Sleef_cbrtd2_u10sse4)},
+    {"sPow3o2", "mulps, sqrtps", 1, EACH(__m128, x* _mm_sqrt_ps)},
+    {"dPow3o2", "mulpd, sqrtpd", 1, EACH(__m128d, x* _mm_sqrt_pd)},
 };
 
 // ---- Running

@@ -173,6 +173,17 @@ ZUR_INLINE words saturated_difference(words w, std::int32_t n) {
 #endif
 }
 
+// The upper halves of the products of unsigned 16-bit halves.
+ZUR_INLINE words upper_products(words a, words b) {
+#if defined(__AVX512DQ__)
+  return (words)_mm512_mulhi_epu16((__m512i)a, (__m512i)b);
+#elif defined(__AVX2__)
+  return (words)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
+#else
+  return (words)_mm_mulhi_epu16((__m128i)a, (__m128i)b);
+#endif
+}
+
 // The processor's estimates of 1/x and 1/sqrt(x): of relative error below 1.5 * 2^-12, the same in every lane and at
 // every width, but not from one maker of processors to another. Denormal x count as zeros of their sign.
 #if defined(__AVX512DQ__)

@@ -321,5 +321,59 @@ inline const reference InvSqrt{
                0x1.fffffep127, 0x1.fffffffffffffp1023},
 };
 
+// With tables: rows begin at multiples of 1/128 and more in the three binades of their numbers.
+inline const reference Cbrt{
+    .precise = mpfr_cbrt,
+    .quick = std::cbrt,
+    .single = {0.5, 8},
+    .full = {0.5, 8},
+    .grid = 0x1p-7,
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 1, 8, -27, 0x1.fffffep127,
+               0x1.fffffffffffffp1023},
+};
+
+inline const reference InvCbrt{
+    .precise =
+        [](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
+          mpfr_cbrt(r, x, rounding);
+          return mpfr_ui_div(r, 1, r, rounding);
+        },
+    .quick = [](double x) { return 1 / std::cbrt(x); },
+    .single = {0.5, 8},
+    .full = {0.5, 8},
+    .grid = 0x1p-7,
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 1, 8, -27, 0x1.fffffep127,
+               0x1.fffffffffffffp1023},
+};
+
+// The square and the cube are exact in MPFR.
+inline const reference Pow2o3{
+    .precise =
+        [](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
+          mpfr_sqr(r, x, rounding);
+          return mpfr_cbrt(r, r, rounding);
+        },
+    .quick = [](double x) { return std::cbrt(x * x); },
+    .single = {0.5, 8},
+    .full = {0.5, 8},
+    .grid = 0x1p-7,
+    .points = {0, 0x1p-1074, 0x1p-1022, 0x1p-149, 0x1p-126, 1, -8, 27, 0x1.fffffep127,
+               0x1.fffffffffffffp1023},
+};
+
+// The points: the bounds of the fast paths, and where results leave the normal numbers and become zero or infinite.
+inline const reference Pow3o2{
+    .precise =
+        [](mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
+          mpfr_pow_ui(r, x, 3, rounding);
+          return mpfr_sqrt(r, r, rounding);
+        },
+    .quick = [](double x) { return x * std::sqrt(x); },
+    .single = {0, 1e3},
+    .full = {0, 1e3},
+    .points = {0, 0x1p-1074, 0x1p-716, 0x1p-682, 0x1p-640, 0x1p-149, 0x1p-100, 0x1p-84, 0x1p-83, 0x1p-67, 1,
+               4, 0x1p84, 0x1.428a3p85, 0x1.965fea53d6e3cp682, 0x1.fffffep127, 0x1.fffffffffffffp1023},
+};
+
 }  // namespace references
 }  // namespace arko::test

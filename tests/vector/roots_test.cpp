@@ -2,6 +2,7 @@
 
 #include <immintrin.h>
 
+#include "root_tables.inc"
 #include "tests/vector/special_values.h"
 
 namespace {
@@ -59,6 +60,63 @@ const row<T> inv_sqrt[] = {
     near(greatest<T>, 0),
 };
 
+template <class T>
+const row<T> cbrt[] = {
+    {0, 0, 0},
+    {T(-0.0), T(-0.0), 0},
+    {inf<T>, inf<T>, 0},
+    {-inf<T>, -inf<T>, 0},
+    {quiet<T>, quiet<T>, 0},
+    near(least<T>, 0),
+    near(T(-0x3p-149), 0),
+    near(normal<T>, 0),
+    near(T(-8), 0),
+    near(T(1), 0),
+    near(-greatest<T>, 0),
+};
+
+template <class T>
+const row<T> inv_cbrt[] = {
+    {0, inf<T>, 2},          {T(-0.0), -inf<T>, 2}, {inf<T>, 0, 0},        {-inf<T>, T(-0.0), 0},
+    {quiet<T>, quiet<T>, 0}, near(least<T>, 0),     near(T(-0x3p-149), 0), near(normal<T>, 0),
+    near(T(-8), 0),          near(T(1), 0),         near(-greatest<T>, 0),
+};
+
+template <class T>
+const row<T> pow2o3[] = {
+    {0, 0, 0},
+    {T(-0.0), 0, 0},
+    {inf<T>, inf<T>, 0},
+    {-inf<T>, inf<T>, 0},
+    {quiet<T>, quiet<T>, 0},
+    near(least<T>, 0),
+    near(T(-0x3p-149), 0),
+    near(normal<T>, 0),
+    near(T(-8), 0),
+    near(T(8), 0),
+    near(-greatest<T>, 0),
+};
+
+// Around the bounds of the fast paths, the first arguments of infinity and the last of zero.
+template <class T>
+const row<T> pow3o2[] = {
+    {0, 0, 0},
+    {T(-0.0), 0, 0},
+    {inf<T>, inf<T>, 0},
+    {quiet<T>, quiet<T>, 0},
+    {-1, quiet<T>, 1},
+    {-inf<T>, quiet<T>, 1},
+    {-least<T>, quiet<T>, 1},
+    {least<T>, 0, 0},
+    {greatest<T>, inf<T>, 0},
+    near(T(4), 0),
+    near(T(0x1p-68), 0),
+    near(T(0x1p-84), 0),
+    near(T(0x1.8p-100), 0),
+    near(T(0x1p84), 0),
+    near(T(0x1.42p85), 0),
+};
+
 struct root {
   const char* name;
   long double (*function)(long double);
@@ -74,13 +132,17 @@ const root roots[] = {
     {"Inv", [](long double x) { return 1 / x; }, ROWS(inv)},
     {"Sqrt", [](long double x) { return std::sqrt(x); }, ROWS(sqrt)},
     {"InvSqrt", [](long double x) { return 1 / std::sqrt(x); }, ROWS(inv_sqrt)},
+    {"Cbrt", [](long double x) { return std::cbrt(x); }, ROWS(cbrt)},
+    {"InvCbrt", [](long double x) { return 1 / std::cbrt(x); }, ROWS(inv_cbrt)},
+    {"Pow2o3", [](long double x) { return std::cbrt(x) * std::cbrt(x); }, ROWS(pow2o3)},
+    {"Pow3o2", [](long double x) { return x * std::sqrt(x); }, ROWS(pow3o2)},
 };
 
 TEST(roots, edges) {
   for (const root& r : roots) {
     r.single_rows(r);
     r.double_rows(r);
-    check_signalling(r.name);
+    if (std::string(r.name) != "Pow3o2") check_signalling(r.name);  // it passes every NaN as it is
   }
 }
 
@@ -89,6 +151,40 @@ TEST(roots, screened_blocks) {
   check_screened("Sqrt", -1.0, unit);
   check_screened("InvSqrt", 0.0, unit);
   check_screened("Inv", 0.0f, [](const kernel& k) { return unit(k) && k.level == 2; });
+}
+
+// Where x^(3/2) becomes infinite and zero.
+TEST(roots, pow3o2_ends) {
+  const row<float> singles[] = {{s(0x6A214518), inf<float>, 0},
+                                near(s(0x6A214517), 0),
+                                {s(0x0CFFFFFF), 0, 0},
+                                {s(0x7F800001), s(0x7F800001), 0}};
+  const row<double> doubles[] = {
+      near(0x1p682, 0), {0x1p683, inf<double>, 0}, {0x1p-717, 0, 0}, near(0x1.8p-716, 0)};
+  check_rows<float>("Pow3o2", singles, {[](long double x) { return x * std::sqrt(x); }});
+  check_rows<double>("Pow3o2", doubles, {[](long double x) { return x * std::sqrt(x); }});
+}
+
+// What the kernels take from their tables: cubes of TCbrt are exact, its reciprocals rounded; roots of TInvCbrt are
+// those of their c but for 2^-7 of an ulp; every row lies in its place.
+template <class T, std::size_t n>
+void check_tables(const T (&cube)[n][2], const T (&inverse)[n][2], double first) {
+  constexpr int digits = std::numeric_limits<T>::digits;
+  for (std::size_t j = 0; j < n; j++) {
+    const long double at = std::ldexp(first * (1 + (double(j % 64) + 0.5) / 64), int(j / 64));
+    const auto [rcp, u] = cube[j];
+    EXPECT_EQ(std::fmod(std::ldexp(u, digits / 3 - 1), u < 1 ? 0.5 : 1), 0) << j;
+    EXPECT_NEAR(double(u / std::cbrt(at)), 1, std::ldexp(1, -digits / 3)) << j;
+    EXPECT_EQ(rcp, T(1 / (static_cast<long double>(u) * u * u))) << j;
+    const auto [c, root] = inverse[j];
+    EXPECT_NEAR(double(c / at), 1, 0x1p-12) << j;
+    EXPECT_NEAR(double(root * std::cbrt(static_cast<long double>(c)) - 1), 0, std::ldexp(1.01, -digits - 6))
+        << j;
+  }
+}
+TEST(roots, tables) {
+  check_tables(TCbrtS, TInvCbrtS, 0.5);
+  check_tables(TCbrtD, TInvCbrtD, 1);
 }
 
 // The level is what the processor estimates, in the vector and in the tail.

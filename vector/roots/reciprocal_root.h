@@ -1,4 +1,5 @@
-// Square roots in double without the instruction: an estimate y of 1/sqrt(x) and the binomial series of
+// Square roots without the instruction. In single they begin with the processor's estimate of 1/sqrt(x); in double with
+// an estimate y of 1/sqrt(x) and the binomial series of
 //
 //   1/sqrt(x) = y (1 + e)^(-1/2),  sqrt(x) = x y (1 + e)^(-1/2),  e = x y^2 - 1,  |e| < 2^-10.3.
 //
@@ -8,6 +9,11 @@
 #include "vector/roots/special.h"
 
 namespace zur::inline ZUR_WIDTH { namespace {
+
+// The processor's estimate, 0 for 0, so that x times it is.
+ZUR_INLINE vec<float> estimate_or_zero(vec<float> x) {
+  return as<vec<float>>(as<words>(approx_reciprocal_root(x)) & ~(x == 0.0f));
+}
 
 // About 1/sqrt(x), of 16 bits, for positive normal x; other lanes give garbage. x = 2^(2k) m, m in [1/2, 2): of the
 // upper words, fraction and last exponent bit make m in single, and 511 - k in the exponent field is 0x57F00000, less

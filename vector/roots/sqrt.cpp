@@ -32,8 +32,7 @@ template <level L> struct single_sqrt : sqrt_kernel<float, L> {
   static constexpr int block = L == ep ? 8 : 16;
 
   static vec<float> root(vec<float> x) {
-    const vec<float> estimate = approx_reciprocal_root(x);
-    const vec<float> y = as<vec<float>>(as<words>(estimate) & ~(x == 0.0f)), g = x * y;
+    const vec<float> y = estimate_or_zero(x), g = x * y;
     if constexpr (L == ep) return g;
     if constexpr (L == la) return (g * -0.5f) * (y * g - 3.0f);
     const vec<float> h = 0.5f * y, e = 0.5f - h * g, h1 = h + h * e, g1 = g + g * e;
