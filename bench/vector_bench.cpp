@@ -45,6 +45,8 @@ __m128 _ZGVbN4v_log10f(__m128);
 __m128d _ZGVbN2v_log10(__m128d);
 __m128 _ZGVbN4v_cbrtf(__m128);
 __m128d _ZGVbN2v_cbrt(__m128d);
+__m128 _ZGVbN4vv_hypotf(__m128, __m128);
+__m128d _ZGVbN2vv_hypot(__m128d, __m128d);
 }
 
 namespace {
@@ -96,6 +98,7 @@ constexpr drawn intervals[] = {
     {"InvSqrt", {0, 1000}, {0, 1000}},
     {"Cbrt", thousand, thousand},
     {"InvCbrt", thousand, thousand},
+    {"Hypot", thousand, thousand},
     {"Pow2o3", thousand, thousand},
     {"Pow3o2", {0, 1000}, {0, 1000}},
     {"Exp", {-80, 80}, {-700, 700}},
@@ -320,6 +323,18 @@ constexpr peer peers[] = {
     {"dInvCbrt", "divpd, libmvec", 4, EACH(__m128d, 1.0 / _ZGVbN2v_cbrt)},
     {"dInvCbrt", "divpd, sleef u35 sse4", 4, EACH(__m128d, 1.0 / Sleef_cbrtd2_u35sse4)},
     {"dInvCbrt", "divpd, sleef u10 sse4", 1.5, EACH(__m128d, 1.0 / Sleef_cbrtd2_u10sse4)},
+    {"sHypot", "libm", 1, EACH2(float, hypotf)},
+    {"sHypot", "libmvec", 4, EACH2(__m128, _ZGVbN4vv_hypotf)},
+    {"sHypot", "sleef u05 sse2", 0.5, EACH2(__m128, Sleef_hypotf4_u05sse2)},
+    {"sHypot", "sleef u05 sse4", 0.5, EACH2(__m128, Sleef_hypotf4_u05sse4)},
+    {"sHypot", "sleef u35 sse2", 3.5, EACH2(__m128, Sleef_hypotf4_u35sse2)},
+    {"sHypot", "sleef u35 sse4", 3.5, EACH2(__m128, Sleef_hypotf4_u35sse4)},
+    {"dHypot", "libm", 1, EACH2(double, hypot)},
+    {"dHypot", "libmvec", 4, EACH2(__m128d, _ZGVbN2vv_hypot)},
+    {"dHypot", "sleef u05 sse2", 0.5, EACH2(__m128d, Sleef_hypotd2_u05sse2)},
+    {"dHypot", "sleef u05 sse4", 0.5, EACH2(__m128d, Sleef_hypotd2_u05sse4)},
+    {"dHypot", "sleef u35 sse2", 3.5, EACH2(__m128d, Sleef_hypotd2_u35sse2)},
+    {"dHypot", "sleef u35 sse4", 3.5, EACH2(__m128d, Sleef_hypotd2_u35sse4)},
     {"sPow3o2", "mulps, sqrtps", 1, EACH(__m128, x* _mm_sqrt_ps)},
     {"dPow3o2", "mulpd, sqrtpd", 1, EACH(__m128d, x* _mm_sqrt_pd)},
 };

@@ -346,6 +346,39 @@ inline const reference InvCbrt{
                0x1.fffffffffffffp1023},
 };
 
+// The points: where squares, or what they lose, leave the normal numbers, and Pythagorean triples.
+inline const pair_reference Hypot{
+    .precise = mpfr_hypot,
+    .quick = std::hypot,
+    .single = {thousands, thousands},
+    .full = {thousands, thousands},
+    .points = {0,
+               0x1p-1074,
+               0x1p-1022,
+               0x1p-537,
+               0x1p-511,
+               0x1p-480,
+               0x1p-149,
+               0x1p-126,
+               0x1p-75,
+               0x1p-63,
+               0x1p-34,
+               3,
+               -4,
+               5,
+               12,
+               0x1p13,
+               0x1p33,
+               0x1p63,
+               0x1.6a09e6p63,
+               0x1.6a09e6p127,
+               0x1.fffffep127,
+               0x1p511,
+               0x1.6a09e667f3bcdp1023,
+               0x1.fffffffffffffp1023,
+               -HUGE_VAL},
+};
+
 // The square and the cube are exact in MPFR.
 inline const reference Pow2o3{
     .precise =

@@ -153,6 +153,44 @@ TEST(roots, screened_blocks) {
   check_screened("Inv", 0.0f, [](const kernel& k) { return unit(k) && k.level == 2; });
 }
 
+// Squares leave the normal numbers at both ends; an infinity counts for more than a NaN.
+template <class T> void check_hypot() {
+  struct {
+    T a, b, result;
+  } const rows[] = {
+      {inf<T>, quiet<T>, inf<T>},
+      {quiet<T>, -inf<T>, inf<T>},
+      {-inf<T>, inf<T>, inf<T>},
+      {quiet<T>, 1, quiet<T>},
+      {T(-0.0), T(-0.0), 0},
+      {0, T(-0.0), 0},
+      {greatest<T>, greatest<T>, inf<T>},
+      {3, -4, 5},
+      {3 * least<T>, 4 * least<T>, 5 * least<T>},
+      {-5 * normal<T>, 12 * normal<T>, 13 * normal<T>},
+      {greatest<T> / 2, greatest<T> / 4, T(std::hypot(2.0L, 1.0L)) * (greatest<T> / 4)},
+      {greatest<T>, 1, greatest<T>},
+      {T(0x1p-70), T(0x1p-71), T(0x1p-71L * std::hypot(2.0L, 1.0L))},
+      {0, -1, 1},
+  };
+  for (const auto& [a, b, result] : rows)
+    for (const kernel& k : kernels_of<T>("Hypot")) {
+      SCOPED_TRACE(testing::Message() << k.name() << " of " << a << ", " << b);
+      const outcome<T> got(k, a, b);
+      EXPECT_EQ(got.status, 0);
+      if (std::isnan(result))
+        EXPECT_TRUE(std::isnan(got.result));
+      else if (std::isinf(result) || result == 0)
+        EXPECT_EQ(got.result, result);
+      else
+        EXPECT_TRUE(is_near(got.result, static_cast<long double>(result), k.level, 0)) << got.result;
+    }
+}
+TEST(roots, hypot_edges) {
+  check_hypot<float>();
+  check_hypot<double>();
+}
+
 // Where x^(3/2) becomes infinite and zero.
 TEST(roots, pow3o2_ends) {
   const row<float> singles[] = {{s(0x6A214518), inf<float>, 0},
