@@ -10,11 +10,6 @@ using std::int32_t, std::int64_t, std::uint32_t, std::uint64_t;
 
 namespace kov { namespace {
 
-typedef uint64_t pair __attribute__((vector_size(16)));
-typedef uint64_t pair_in_memory __attribute__((vector_size(16), aligned(8), may_alias));
-pair_in_memory& pair_at(uint64_t* p) { return *reinterpret_cast<pair_in_memory*>(p); }
-const pair_in_memory& pair_at(const uint64_t* p) { return *reinterpret_cast<const pair_in_memory*>(p); }
-
 bool coefficient(const uint64_t* p, int i) { return p[i / 64] >> (i % 64) & 1; }
 
 // The bits of a half word, apart by one place.
@@ -87,14 +82,14 @@ class modulus {
     void add(uint64_t* p, int to, int n, const int32_t* places) const {
       for (int i = 0; i < n;) {
         const int target = (to + places[i]) / 64;
-        pair sum[quads] = {};
+        quad sum[quads] = {};
         do {
           const uint64_t* b = bits[(to + places[i]) % 64];
 #pragma GCC unroll 8
-          for (int k = 0; k < quads; k++) sum[k] ^= pair_at(b + 2 * k);
+          for (int k = 0; k < quads; k++) sum[k] ^= load(b + 2 * k);
         } while (++i < n && (to + places[i]) / 64 == target);
 #pragma GCC unroll 8
-        for (int k = 0; k < quads; k++) pair_at(p + target + 2 * k) ^= sum[k];
+        for (int k = 0; k < quads; k++) store(p + target + 2 * k, load(p + target + 2 * k) ^ sum[k]);
       }
     }
   };

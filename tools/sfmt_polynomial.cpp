@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr std::uint32_t mask[4] = {0xDFFFFFEF, 0xDDFECB7F, 0xBFFAFFFF, 0xBFFFFFF6};
 constexpr int block_count = 156, pos1 = 122, degree = 128 * block_count;
 
 // A block as a number, the first word lowest (Saito and Matsumoto 2008, section 2).
@@ -26,10 +27,9 @@ int main(int argc, char** argv) {
   std::vector<block> x(block_count + 2 * degree);
   for (std::size_t i = 0; i < block_count; i++)  // any state that is not zero
     x[i] = block{(i + 1) * 0x9E3779B97F4A7C15} << 64 | (i + 7) * 0xBF58476D1CE4E5B9;
-  constexpr std::uint32_t mask[4] = {0xDFFFFFEF, 0xDDFECB7F, 0xBFFAFFFF, 0xBFFFFFF6};
   for (std::size_t i = block_count; i < x.size(); i++) {
     const block a = x[i - block_count], b = x[i - block_count + pos1], c = x[i - 2], d = x[i - 1];
-    x[i] = a ^ a << 8 ^ by_words(b, [mask](std::uint32_t w, int k) { return w >> 11 & mask[k]; }) ^ c >> 8 ^
+    x[i] = a ^ a << 8 ^ by_words(b, [](std::uint32_t w, int k) { return w >> 11 & mask[k]; }) ^ c >> 8 ^
            by_words(d, [](std::uint32_t w, int) { return w << 18; });
   }
   std::vector<std::int32_t> exponents{0};
