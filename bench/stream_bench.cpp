@@ -66,6 +66,28 @@ struct serial_wh {
   }
 };
 
+struct published_philox {  // word by word, as in the paper
+  std::uint32_t counter[4] = {}, key[2] = {7777777, 0}, block[4] = {}, unread = 0;
+  std::uint32_t operator()() {
+    if (unread == 0) {
+      std::uint32_t c[4], k0 = key[0], k1 = key[1];
+      std::copy_n(counter, 4, c);
+      for (int round = 0; round < 10; round++, k0 += 0x9E3779B9, k1 += 0xBB67AE85) {
+        const std::uint64_t p0 = std::uint64_t{0xD2511F53} * c[0], p1 = std::uint64_t{0xCD9E8D57} * c[2];
+        c[0] = static_cast<std::uint32_t>(p1 >> 32) ^ c[1] ^ k0;
+        c[1] = static_cast<std::uint32_t>(p1);
+        c[2] = static_cast<std::uint32_t>(p0 >> 32) ^ c[3] ^ k1;
+        c[3] = static_cast<std::uint32_t>(p0);
+      }
+      std::copy_n(c, 4, block);
+      for (int i = 0; i < 4 && ++counter[i] == 0; i++) {
+      }
+      unread = 4;
+    }
+    return block[4 - unread--];
+  }
+};
+
 // ---- Measurements
 
 template <class Word, class F> void blocks(benchmark::State& state, F&& fill) {
@@ -188,6 +210,7 @@ int main(int argc, char** argv) {
 
   peer<std::uint32_t, std::mt19937>("std::mt19937");
   peer<std::uint32_t, published_mrg32k3a>("MRG32K3A/published");
+  peer<std::uint32_t, published_philox>("PHILOX4X32X10/published");
   peer<std::uint32_t, serial_mcg31m1>("MCG31M1/serial");
   peer<std::uint64_t, serial_mcg59>("MCG59/serial");
   peer<serial_wh::output, serial_wh>("WH/serial");
@@ -201,6 +224,9 @@ int main(int argc, char** argv) {
   family("MT19937", KOV_BRNG_MT19937);
   family("MT2203", KOV_BRNG_MT2203);
   family("SFMT19937", KOV_BRNG_SFMT19937);
+  family("PHILOX4X32X10", KOV_BRNG_PHILOX4X32X10);
+  family("ARS5", KOV_BRNG_ARS5);
+  family("TRNG", KOV_BRNG_TRNG);
   skip("skip MRG32K3A by 2^62", KOV_BRNG_MRG32K3A, {std::uint64_t{1} << 62});
   skip("skip MRG32K3A by 193 bits", KOV_BRNG_MRG32K3A, {~0ull, ~0ull, ~0ull, 1});
   skip("skip MRG32K3A by 1024 bits", KOV_BRNG_MRG32K3A, std::vector<std::uint64_t>(16, ~0ull));
@@ -209,6 +235,9 @@ int main(int argc, char** argv) {
   skip("skip MT19937 by 2^20", KOV_BRNG_MT19937, {1 << 20});
   skip("skip MT19937 by 10^15", KOV_BRNG_MT19937, {1'000'000'000'000'000});
   skip("skip SFMT19937 by 10^15", KOV_BRNG_SFMT19937, {1'000'000'000'000'000});
+  skip("skip PHILOX4X32X10 by 2^62", KOV_BRNG_PHILOX4X32X10, {std::uint64_t{1} << 62});
+  skip("skip PHILOX4X32X10 by 192 bits", KOV_BRNG_PHILOX4X32X10, {~0ull, ~0ull, ~0ull});
+  skip("skip ARS5 by 2^62", KOV_BRNG_ARS5, {std::uint64_t{1} << 62});
 
   table report;
   benchmark::RunSpecifiedBenchmarks(&report);

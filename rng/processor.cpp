@@ -1,10 +1,15 @@
-// What the processor has that some generators need.
+// What the processor has that some generators need. It is asked once, when the module is loaded: in a virtual machine
+// each question takes as long as a thousand numbers.
+#include "rng/processor.h"
+
 #include <arko/core.h>
 #include <cpuid.h>
+#include <immintrin.h>
 
 #include "rng/stream.h"
 
-namespace kov { namespace {
+namespace kov {
+namespace {
 
 struct features {
   unsigned ecx = 0, edx = 0;  // of leaf 1; nothing where the processor has no such leaf
@@ -16,14 +21,19 @@ features leaf_1() {
   return f;
 }
 
+const features processor = leaf_1();
+const std::int32_t has_vaes = arko_serv_cpuisicx();
+
 }  // namespace
+
+[[gnu::target("rdrnd")]] bool rdrand(std::uint32_t& x) { return _rdrand32_step(&x) != 0; }
+
 }  // namespace kov
 
-KOV_EXPORT std::int32_t __kovCPUisRDRAND() { return (kov::leaf_1().ecx & bit_RDRND) != 0; }
+KOV_EXPORT std::int32_t __kovCPUisRDRAND() { return (kov::processor.ecx & bit_RDRND) != 0; }
 
 KOV_EXPORT std::int32_t __kovCPUisAES() {
-  const kov::features f = kov::leaf_1();
-  return (f.edx & bit_SSE2) != 0 && (f.ecx & bit_AES) != 0;
+  return (kov::processor.edx & bit_SSE2) != 0 && (kov::processor.ecx & bit_AES) != 0;
 }
 
-KOV_EXPORT std::int32_t __kovCPUisVAES() { return arko_serv_cpuisicx(); }
+KOV_EXPORT std::int32_t __kovCPUisVAES() { return kov::has_vaes; }

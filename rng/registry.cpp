@@ -35,9 +35,9 @@ PLANNED(iAbstract, 40, 0, 1, 4, 32);
 PLANNED(dAbstract, 56, 0, 1, 4, 32);
 PLANNED(sAbstract, 48, 0, 1, 4, 32);
 ROW(SFMT19937, 2536, 625, 1, 4, 32);
-PLANNED(TRNG, 24, 1, 0, 4, 32);
-PLANNED(ARS5, 72, 8, 1, 4, 32);
-PLANNED(PHILOX4X32X10, 64, 8, 1, 4, 32);
+ROW(TRNG, 24, 1, 0, 4, 32);
+ROW(ARS5, 72, 8, 1, 4, 32);
+ROW(PHILOX4X32X10, 64, 8, 1, 4, 32);
 
 constexpr int table_rows = std::size(__RegBrngsNew);
 constexpr int first_free_row = 16;

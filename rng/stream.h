@@ -6,6 +6,7 @@
 //   unit                a real number is a + x * (unit * (b - a)), x the output
 //   draw(n, sink)       the next n outputs into any sink of rng/sinks.h, where they are made in registers; or
 //   draw(n, words)      into an array, where they are made there
+//   reals(n, r, a, b)   only where real numbers are not those of `unit`, which is not asked for then
 //   seed(count, words)  and as far as the family has them leapfrog(k, streams), skip(count), skip_wide(words)
 //
 // all of which return a status. KOV_FAMILY makes the exported entries from it. Inside the module these are called
@@ -90,6 +91,12 @@ template <class F, class T> status fill_reals(void* stream, std::int32_t n, T* r
     }
     return KOV_STATUS_OK;
   }
+}
+
+template <class F, class T>
+requires requires(F f, T* r) { f.reals(1, r, T(), T()); }
+status fill_reals(void* stream, std::int32_t n, T* r, T a, T b) {
+  return static_cast<F*>(stream)->reals(n, r, a, b);
 }
 
 #define KOV_FAMILY(family, F)                                                                               \

@@ -229,7 +229,8 @@ double _kovdLn(double x);
  * The entries of a family: its InitStream, and the fills in double, single and integer form. A fill writes n
  * numbers, n at least 1, and moves the stream on by n outputs, whatever its type: fills of 3 and 4 numbers
  * deliver what a fill of 7 does. Real numbers are uniform between a and b, computed in double:
- * a + x ((b - a) 2^-bits) from the integer output x, in single rounded at the end.
+ * a + x ((b - a) 2^-bits) from the integer output x, in single rounded at the end; three generators further down do
+ * it otherwise.
  */
 #define KOV_BRNG_ENTRIES(family)                                                                          \
   int32_t __kovBRng##family##InitStream(int32_t method, void* stream, int32_t count, const void* params); \
@@ -294,6 +295,31 @@ KOV_BRNG_ENTRIES(MT2203);
  * Seed as for MT19937, by its own initialisation by an array. Skip.
  */
 KOV_BRNG_ENTRIES(SFMT19937);
+
+/*
+ * PHILOX4X32X10 (Salmon, Moraes, Dror, Shaw, "Parallel random numbers: as easy as 1, 2, 3", 2011; there Philox4x32 with
+ * ten rounds). Blocks of four words from a 128-bit counter, which goes up by one. Output: the words of the blocks in
+ * order; a real number is (a + b) / 2 + x ((b - a) 2^-32) with x the word as a signed number, in the precision of the
+ * result. Seed: two words of key, four of the counter, the least significant first; missing ones are 0. Both forms of
+ * skip, in constant time; of a long count the first three words are read.
+ */
+KOV_BRNG_ENTRIES(PHILOX4X32X10);
+
+/*
+ * ARS5 (the same paper; there ARS-5). Blocks of a 128-bit counter by five rounds of AES; outputs, real numbers and skips
+ * as of PHILOX4X32X10. Seed: four words of key, four of the counter; missing ones are 0. Fills and skips need
+ * __kovCPUisAES and answer KOV_STATUS_NO_AES without it, with nothing changed.
+ */
+KOV_BRNG_ENTRIES(ARS5);
+
+/*
+ * TRNG. The words of the processor's RDRAND, which cannot be repeated: no leapfrog, no skip, and copies of a stream do not
+ * deliver the same. Real numbers: a + x ((b - a) 2^-32) in single precision; in double a + x ((b - a) 2^-64) from two
+ * words, the lower one first, computed in extended precision. Seed: seed[1] is the number of repeats after which
+ * words that are not to be had make a fill end with KOV_STATUS_RDRAND_FAILED, what came before them written; 10 in
+ * place of 0 and with fewer words. Fills answer KOV_STATUS_NO_RDRAND without __kovCPUisRDRAND.
+ */
+KOV_BRNG_ENTRIES(TRNG);
 
 /* ---- Powers ------------------------------------------------------------------------------ */
 

@@ -157,8 +157,9 @@ TEST(module, exports_what_it_has_and_nothing_else) {
     expected.insert(data_objects.begin(), data_objects.end());
     data_names.insert(data_objects.begin(), data_objects.end());
   }
-  for (const char* complete : {"streams: records, registry, chunks, helpers",
-                               "streams: congruential generators", "streams: shift-register generators"})
+  for (const char* complete :
+       {"streams: records, registry, chunks, helpers", "streams: congruential generators",
+        "streams: shift-register generators", "streams: counter-based and hardware generators"})
     expected.merge(groups.extract(complete).mapped());
   names vector_names, others;  // those of the other groups may be there in part
   for (const auto& [group, members] : groups)
