@@ -44,7 +44,11 @@ struct r250 {
       }
       return KOV_STATUS_OK;
     }
-    std::rotate(w, w + i, w + size);  // nothing to do between large fills
+    if (i != 0) {  // it is 0 between large fills
+      std::uint32_t ring[size];
+      std::copy_n(w, size, ring);
+      std::copy_n(ring, i, std::copy(ring + i, ring + size, w));
+    }
     add_words(near, r, w, w + size - near);
     add_words(size - near, r + near, w + near, r);
     add_words(n - size, r + size, r, r + size - near);

@@ -232,7 +232,7 @@ TEST(module, needs_no_cxx_run_time) {
 }
 
 // Entries that copy a complex scalar may be a call, and those of pack set a flag; all others are a jump through
-// the slot or to the kernel.
+// the slot or to the kernel. With arguments on the stack clang++ loads the slot into a register first.
 TEST(module, forwarders_are_one_jump) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__OPTIMIZE__)
   GTEST_SKIP() << "only the optimised build without sanitizers is looked at";
@@ -246,8 +246,9 @@ TEST(module, forwarders_are_one_jump) {
     if (line.ends_with(">:")) {
       entry = between(line, '<', '>');
     } else if (!entry.empty() && line.find("endbr64") == line.npos) {
+      const bool loads = line.find("\tmov ") != line.npos && line.find("(%rip),%rax") != line.npos;
       if (line.find("\tjmp ") != line.npos || line.find("\tbnd jmp ") != line.npos) jumping.insert(entry);
-      entry.clear();
+      if (!loads) entry.clear();
     }
   }
   // Two names of one entry: the listing shows one of them.
