@@ -23,12 +23,15 @@ function(arko_library target output)
 endfunction()
 
 # arko_generate(file tool inputs...): FILE below the generated folder, written by TOOL, a program of tools/. The
-# rule depends on sources and not on the tool's binary, so that each tree finds what another has made.
+# rule depends on sources and not on the tool's binary, and a new tree that runs it leaves a file that is the same as
+# it is, so that nothing in the other trees is built again.
 function(arko_generate file tool)
   get_filename_component(folder ${ARKO_GENERATED}/${file} DIRECTORY)
   add_custom_command(OUTPUT ${ARKO_GENERATED}/${file}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-    COMMAND ${tool} ${ARKO_GENERATED}/${file}
+    COMMAND ${tool} ${ARKO_GENERATED}/${file}.new
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${ARKO_GENERATED}/${file}.new ${ARKO_GENERATED}/${file}
+    COMMAND ${CMAKE_COMMAND} -E rm ${ARKO_GENERATED}/${file}.new
     DEPENDS ${CMAKE_SOURCE_DIR}/tools/${tool}.cpp ${ARGN}
     COMMENT "Writing ${file}" VERBATIM)
 endfunction()
