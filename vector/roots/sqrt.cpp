@@ -2,10 +2,8 @@
 // (docs/accuracy.md); the twins have the same:
 //
 //            LA     HA     EP
-//   single   3.27   0.87   2^-11.4 relative
+//   single   3.27   0.51   2^-11.4 relative
 //   double   1.23   0.51   2^-32.9 relative
-//
-// and at HA in single 0.51 from 2^-100 on: below, the residual is no normal number.
 #include "vector/roots/reciprocal_root.h"
 
 namespace zur::inline ZUR_WIDTH {
@@ -41,15 +39,18 @@ template <level L> struct single_sqrt : sqrt_kernel<float, L> {
     return g1 - h1 * d;
   }
 
-  // Of a negative or denormal number, an infinity or NaN, g is infinite or NaN and so is the result.
+  // Of a negative or denormal number, an infinity or NaN, g is infinite or NaN and so is the result. At HA the residual
+  // of numbers below 2^-101 would be no normal one; and gh^2 could overflow for the largest numbers if an estimate were a
+  // little larger than here.
   static results<float> fast(vec<float> x) {
     const vec<float> r = root(x);
-    return {{r}, above_abs<float>(r, 0x7F7FFFFF)};
+    flags<float> flagged = above_abs<float>(r, 0x7F7FFFFF);
+    if constexpr (L == ha) flagged |= outside<float>(x, 0x0D000000, 0x7F7FFFFF) & ~where<float>(x == 0.0f);
+    return {{r}, flagged};
   }
-  // gh^2 could overflow for the largest numbers if an estimate were a little larger than here.
   static int routine(const float& x, float& r) {
     return special_root(x, r, [](float y) {
-      return y < 1 ? root(all(y * 0x1p26f))[0] * 0x1p-13f : root(all(y * 0x1p-26f))[0] * 0x1p13f;
+      return y < 1 ? root(all(y * 0x1p60f))[0] * 0x1p-30f : root(all(y * 0x1p-60f))[0] * 0x1p30f;
     });
   }
 };
