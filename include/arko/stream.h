@@ -273,7 +273,8 @@ KOV_BRNG_ENTRIES(WH);
  * R250. x(n) = x(n-250) ^ x(n-147) on words of 32 bits (Kirkpatrick and Stoll, "A very fast shift-register sequence
  * random number generator", 1981). Seed: 250 words or more are the first 250 values, the oldest first. With fewer,
  * the values are s 69069^k mod 2^32, k from 1, s = seed[0], or 1 in place of 0 and without a seed, and 32 of them
- * are then made independent. No skip.
+ * are then made independent; with some such seeds the lowest bits of words near each other depend on each other, see
+ * docs/streams.md. No skip.
  */
 KOV_BRNG_ENTRIES(R250);
 
