@@ -161,18 +161,6 @@ template <class T> ZUR_INLINE unsigned bits(flags<T> m) {
 #endif
 }
 
-// w - n in the signed halves of the words, n and each difference held within -2^15 and 2^15 - 1: a lane comes out
-// negative where, by its upper half, it was below n.
-ZUR_INLINE words saturated_difference(words w, std::int32_t n) {
-#if defined(__AVX512DQ__)
-  return (words)_mm512_subs_epi16((__m512i)w, _mm512_set1_epi32(n));
-#elif defined(__AVX2__)
-  return (words)_mm256_subs_epi16((__m256i)w, _mm256_set1_epi32(n));
-#else
-  return (words)_mm_subs_epi16((__m128i)w, _mm_set1_epi32(n));
-#endif
-}
-
 // The upper halves of the products of unsigned 16-bit halves.
 ZUR_INLINE words upper_products(words a, words b) {
 #if defined(__AVX512DQ__)
@@ -221,6 +209,23 @@ template <class T> ZUR_INLINE flags<T> above_abs(vec<T> x, std::int32_t bound) {
   if constexpr (sizeof(T) == 4) return _mm512_cmpgt_epi32_mask((__m512i)w, _mm512_set1_epi32(bound));
 #endif
   return where<T>(as<ints<T>>(w > bound));
+}
+
+// Bounds of normal numbers, by patterns; of double, by the upper words.
+template <class T> inline constexpr std::uint32_t least_normal = sizeof(T) == 4 ? 0x00800000 : 0x00100000;
+template <class T> inline constexpr std::uint32_t greatest_finite = sizeof(T) == 4 ? 0x7F7FFFFF : 0x7FEFFFFF;
+
+// Lanes that hold no number from `least` to `greatest`, told by their patterns; of double, by the upper words alone.
+template <class T> ZUR_INLINE flags<T> outside(vec<T> x, std::uint32_t least, std::uint32_t greatest) {
+  const std::uint32_t half = 0x80000000;  // moves the order of unsigned integers to that of signed ones
+  const words above_least = as<words>(as<pattern<float>>(x) + (half - least));
+  return where<T>(as<ints<T>>(above_least > static_cast<std::int32_t>((greatest - least) ^ half)));
+}
+
+// Lanes of an infinity or a NaN; and of those too where x is zero or denormal.
+template <class T> ZUR_INLINE flags<T> not_finite(vec<T> x) { return above_abs<T>(x, greatest_finite<T>); }
+template <class T> ZUR_INLINE flags<T> not_normal(vec<T> x) {
+  return outside<T>(magnitude<T>(x), least_normal<T>, greatest_finite<T>);
 }
 
 // Lane i of a vector of indices. Taking 32-bit indices out in pairs costs about half of storing the vector

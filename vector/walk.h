@@ -38,7 +38,12 @@ namespace zur::inline ZUR_WIDTH {
 // serve.
 template <class T, int outputs = 1> struct results {
   vec<T> value[outputs];
-  flags<T> flagged = {};
+  flags<T> flagged;
+
+  results() = default;  // nothing is set: setting many would keep them in memory
+  ZUR_INLINE results(const vec<T> (&v)[outputs], flags<T> f = flags<T>()) : flagged(f) {
+    for (int o = 0; o < outputs; o++) value[o] = v[o];
+  }
 };
 
 // What a kernel takes over unless it says otherwise.
@@ -49,8 +54,11 @@ struct usual_kernel {
   static constexpr int together = 0;
 };
 
-// A kernel in blocks of another size, for a twin.
-template <int elements, class K> struct blocks_of : K { static constexpr int block = elements; };
+// A kernel as a strided twin runs it: in blocks of 8 or 16, with reports before a block is stored.
+template <class K> struct as_twin : K {
+  static constexpr int block = K::block < 8 ? 8 : K::block > 16 ? 16 : K::block, together = 0;
+  static constexpr bool screened = false;
+};
 
 namespace walk {
 
@@ -261,24 +269,24 @@ template <class K, class T = typename K::type> void kernel(std::int32_t n, const
   walk::all_elements<K, walk::dense>(n, {{{a}}, {{r1}, {r2}}});
 }
 
-// Strided twins; with all increments 1 they call the unit-stride kernel of their level.
+// Strided twins of a kernel; with all increments 1 they call the unit-stride kernel of their level.
 
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, T* r, std::int32_t incr) {
   if (inca == 1 && incr == 1) return K::function::table[K::slot](n, a, r);
-  walk::all_elements<K, walk::strided>(n, {{{a, inca}}, {{r, incr}}});
+  walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}}, {{r, incr}}});
 }
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, const T* b, std::int32_t incb, T* r,
           std::int32_t incr) {
   if (inca == 1 && incb == 1 && incr == 1) return K::function::table[K::slot](n, a, b, r);
-  walk::all_elements<K, walk::strided>(n, {{{a, inca}, {b, incb}}, {{r, incr}}});
+  walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}, {b, incb}}, {{r, incr}}});
 }
 template <class K, class T = typename K::type>
 void twin(std::int32_t n, const T* a, std::int32_t inca, T* r1, std::int32_t incr1, T* r2,
           std::int32_t incr2) {
   if (inca == 1 && incr1 == 1 && incr2 == 1) return K::function::table[K::slot](n, a, r1, r2);
-  walk::all_elements<K, walk::strided>(n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
+  walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
 }
 
 }  // namespace zur::inline ZUR_WIDTH

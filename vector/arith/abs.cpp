@@ -16,22 +16,16 @@ template <class T> struct abs_base : usual_kernel {
 // denormal handling hold.
 template <class T> struct abs_unit : abs_base<T> {
   using environment = mask_only_environment;
-  static results<T> fast(vec<T> x) {
-    const auto one = as<pattern<T>>(all(T(1)));
-    return {{x * as<vec<T>>((as<pattern<T>>(x) & sign_bit<T>()) | one)}};
-  }
+  static results<T> fast(vec<T> x) { return {{x * with_sign<T>(all(T(1)), x)}}; }
 };
 
 // The sign bit cleared, then +0 added: a NaN comes out positive and quiet.
 template <class T> struct abs_twin : abs_base<T> {
-  static results<T> fast(vec<T> x) { return {{as<vec<T>>(as<pattern<T>>(x) & ~sign_bit<T>()) + T(0)}}; }
+  static results<T> fast(vec<T> x) { return {{magnitude<T>(x) + T(0)}}; }
 };
 
 }  // namespace
 
-TABLE(sAbs) = {kernel<abs_unit<float>>, kernel<abs_unit<float>>, kernel<abs_unit<float>>};
-TABLE(dAbs) = {kernel<abs_unit<double>>, kernel<abs_unit<double>>, kernel<abs_unit<double>>};
-TABLE(sAbsI) = {twin<abs_twin<float>>, twin<abs_twin<float>>, twin<abs_twin<float>>};
-TABLE(dAbsI) = {twin<abs_twin<double>>, twin<abs_twin<double>>, twin<abs_twin<double>>};
+TABLES_OF_ONE_KERNEL(Abs, abs_unit, abs_twin)
 
 }  // namespace zur::inline ZUR_WIDTH

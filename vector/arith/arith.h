@@ -17,9 +17,4 @@ template <class T, template <class> class root, int elements, int in = 1> struct
 // From here on every number is whole.
 template <class T> inline constexpr T all_whole = sizeof(T) == 4 ? T(0x1p23) : T(0x1p52);
 
-// Flags lanes of an infinity or a NaN.
-template <class T> ZUR_INLINE flags<T> not_finite(vec<T> x) {
-  return above_abs<T>(x, sizeof(T) == 4 ? 0x7F7FFFFF : 0x7FEFFFFF);
-}
-
 }  // namespace zur::inline ZUR_WIDTH

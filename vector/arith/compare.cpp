@@ -55,16 +55,11 @@ template <class T> struct fdim : arith<T, fn::Fdim, 64 / sizeof(T), 2> {
 
 // One step of the pattern, for ordinary numbers with an ordinary result.
 template <class T> struct next_after : arith<T, fn::NextAfter, 4, 2> {
-  static flags<T> not_normal(vec<T> x) {
-    constexpr std::int32_t least = sizeof(T) == 4 ? 0x00800000 : 0x00100000;
-    const words w = (as<words>(x) & 0x7FFFFFFF) - least;
-    return above_abs<T>(x, sizeof(T) == 4 ? 0x7F7FFFFF : 0x7FEFFFFF) | where<T>(as<ints<T>>(w >> 31));
-  }
   static results<T> fast(vec<T> a, vec<T> b) {
     const ints<T> ia = as<ints<T>>(a), ib = as<ints<T>>(b);
     const ints<T> down = (ia > ib) | ((ia ^ ib) < 0), apart = ia != ib;
     const vec<T> r = as<vec<T>>(as<pattern<T>>(a) + as<pattern<T>>((down | 1) & apart));
-    return {{r}, not_normal(a) | not_normal(b) | not_normal(r)};
+    return {{r}, not_normal<T>(a) | not_normal<T>(b) | not_normal<T>(r)};
   }
   static int routine(const T& a, const T& b, T& r) {
     using bits = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;

@@ -19,7 +19,6 @@ namespace {
 #include "exp_tables.inc"
 
 // ---- single
-// --------------------------------------------------------------------------------------------------
 
 struct single_exp : usual_kernel {
   using function = fn::Exp<float>;
@@ -118,7 +117,6 @@ struct single_twin_ha : single_masked {
 };
 
 // ---- double
-// --------------------------------------------------------------------------------------------------
 
 // Of each kernel: 2^bits rows; ln 2 / rows in two pieces, of which multiples of the first are exact, or in
 // one; the table, as scales or in two parts; the fitted polynomial for e^r - 1.
@@ -204,10 +202,8 @@ template <level L, class D> struct double_exp : usual_kernel {
   }
 };
 
-// The strided twins.
+// The strided twins have the shortcut of the error mode NOERR.
 template <level L, class D> struct double_masked : double_exp<L, D> {
-  static constexpr int block = 8;
-  static constexpr bool screened = false;
   static constexpr double underflow = -745.1332191019412;  // the first argument of zero
 };
 

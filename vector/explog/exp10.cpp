@@ -2,7 +2,8 @@
 //
 // Adding `shift` to x 128 log2(10) rounds it to the integer n = 128 m + j and leaves that in the low bits of
 // the sum; r = x - n log10(2) / 128, |r| <= log10(2) / 256; 10^x = 2^(m + j/128) (1 + (10^r - 1)). One kernel
-// serves all levels. Largest errors in ulp, measured (docs/accuracy.md): single 0.56, double 0.52, among denormal results 0.75.
+// serves all levels. Largest errors in ulp, measured (docs/accuracy.md): single 0.56, double 0.52, among denormal
+// results 0.75.
 #include "vector/explog/exp_parts.h"
 #include "vector/walk.h"
 
@@ -78,7 +79,6 @@ struct double_exp10 : usual_kernel {
 TABLE(sExp10) = {kernel<single_exp10>, kernel<single_exp10>, kernel<single_exp10>};
 TABLE(dExp10) = {kernel<double_exp10>, kernel<double_exp10>, kernel<double_exp10>};
 TABLE(sExp10I) = {twin<single_exp10>, twin<single_exp10>, twin<single_exp10>};
-TABLE(dExp10I) = {twin<blocks_of<8, double_exp10>>, twin<blocks_of<8, double_exp10>>,
-                  twin<blocks_of<8, double_exp10>>};
+TABLE(dExp10I) = {twin<double_exp10>, twin<double_exp10>, twin<double_exp10>};
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -69,9 +69,7 @@ struct double_exp2 : usual_kernel {
 
 TABLE(sExp2) = {kernel<single_exp2>, kernel<single_exp2>, kernel<single_exp2>};
 TABLE(dExp2) = {kernel<double_exp2>, kernel<double_exp2>, kernel<double_exp2>};
-TABLE(sExp2I) = {twin<blocks_of<8, single_exp2>>, twin<blocks_of<8, single_exp2>>,
-                 twin<blocks_of<8, single_exp2>>};
-TABLE(dExp2I) = {twin<blocks_of<8, double_exp2>>, twin<blocks_of<8, double_exp2>>,
-                 twin<blocks_of<8, double_exp2>>};
+TABLE(sExp2I) = {twin<single_exp2>, twin<single_exp2>, twin<single_exp2>};
+TABLE(dExp2I) = {twin<double_exp2>, twin<double_exp2>, twin<double_exp2>};
 
 }  // namespace zur::inline ZUR_WIDTH

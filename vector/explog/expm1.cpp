@@ -147,6 +147,6 @@ struct double_ep : double_expm1 {
 TABLE(sExpm1) = {kernel<single_expm1>, kernel<single_expm1>, kernel<single_expm1>};
 TABLE(dExpm1) = {kernel<double_la>, kernel<double_ha>, kernel<double_ep>};
 TABLE(sExpm1I) = {twin<single_expm1>, twin<single_expm1>, twin<single_expm1>};
-TABLE(dExpm1I) = {twin<double_la>, twin<blocks_of<8, double_ha>>, twin<blocks_of<8, double_ep>>};
+TABLE(dExpm1I) = {twin<double_la>, twin<double_ha>, twin<double_ep>};
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -53,11 +53,11 @@ struct single_ep {
   }
 };
 
-template <level L, class M, int width> struct single_ln : usual_kernel {
+template <level L, class M> struct single_ln : usual_kernel {
   using function = fn::Ln<float>;
   using type = float;
   static constexpr level slot = L;
-  static constexpr int block = width;
+  static constexpr int block = L == ep ? 4 : 32;
   static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) { return {{M::ln(split_log(x))}, not_positive_normal<float>(x)}; }
@@ -106,21 +106,15 @@ template <level L, class M> struct double_ln : usual_kernel {
   }
 };
 
-// The strided twins.
-template <level L, class M> struct double_masked : double_ln<L, M> {
-  static constexpr int block = 8;
-  static constexpr bool screened = false;
-};
-
 }  // namespace
 
-TABLE(sLn) = {kernel<single_ln<la, single_la, 32>>, kernel<single_ln<ha, single_ha, 32>>,
-              kernel<single_ln<ep, single_ep, 4>>};
+TABLE(sLn) = {kernel<single_ln<la, single_la>>, kernel<single_ln<ha, single_ha>>,
+              kernel<single_ln<ep, single_ep>>};
 TABLE(dLn) = {kernel<double_ln<la, double_ha>>, kernel<double_ln<la, double_ha>>,
               kernel<double_ln<ep, double_ep>>};
-TABLE(sLnI) = {twin<single_ln<la, single_la, 16>>, twin<single_ln<ha, single_ha, 16>>,
-               twin<single_ln<ep, single_ep, 16>>};
-TABLE(dLnI) = {twin<double_masked<la, double_ha>>, twin<double_masked<la, double_ha>>,
-               twin<double_masked<ep, double_ep>>};
+TABLE(sLnI) = {twin<single_ln<la, single_la>>, twin<single_ln<ha, single_ha>>,
+               twin<single_ln<ep, single_ep>>};
+TABLE(dLnI) = {twin<double_ln<la, double_ha>>, twin<double_ln<la, double_ha>>,
+               twin<double_ln<ep, double_ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

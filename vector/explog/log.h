@@ -8,10 +8,7 @@ namespace zur::inline ZUR_WIDTH { namespace {
 // Lanes that hold no positive normal number: zero, denormal, negative, infinity or NaN. With a margin, numbers of the
 // last binades too.
 template <class T, std::uint32_t margin = 0> ZUR_INLINE flags<T> not_positive_normal(vec<T> x) {
-  constexpr std::uint32_t least = sizeof(T) == 4 ? 0x00800000 : 0x00100000;  // of double, the upper word
-  constexpr std::int32_t bound = (margin + 2) * least;
-  const words w = as<words>(as<pattern<float>>(x) + (margin + 1) * least);  // of what is too large, negative
-  return where<T>(as<ints<T>>(saturated_difference(w, bound)));
+  return outside<T>(x, least_normal<T>, greatest_finite<T> - margin * least_normal<T>);
 }
 
 // The routine of all kernels: `log` gives the logarithm of a positive argument, denormal or not.

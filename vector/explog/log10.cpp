@@ -100,15 +100,11 @@ template <level L> struct double_log10 : log10_kernel<double, L> {
   }
 };
 
-template <class K> struct strided : K { static constexpr int block = 64 / sizeof(typename K::type); };
-
 }  // namespace
 
 TABLE(sLog10) = {kernel<single_log10<la>>, kernel<single_log10<ha>>, kernel<single_log10<ep>>};
 TABLE(dLog10) = {kernel<double_log10<la>>, kernel<double_log10<ha>>, kernel<double_log10<la>>};
-TABLE(sLog10I) = {twin<strided<single_log10<la>>>, twin<strided<single_log10<ha>>>,
-                  twin<strided<single_log10<ep>>>};
-TABLE(dLog10I) = {twin<strided<double_log10<la>>>, twin<strided<double_log10<ha>>>,
-                  twin<strided<double_log10<la>>>};
+TABLE(sLog10I) = {twin<single_log10<la>>, twin<single_log10<ha>>, twin<single_log10<ep>>};
+TABLE(dLog10I) = {twin<double_log10<la>>, twin<double_log10<ha>>, twin<double_log10<la>>};
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -121,13 +121,11 @@ struct double_ha : double_twin_ha {
   static constexpr int block = 4;
 };
 
-template <class K> struct strided : K { static constexpr int block = 8; };
-
 }  // namespace
 
 TABLE(sLog1p) = {kernel<single_la>, kernel<single_ha>, kernel<single_la>};
 TABLE(dLog1p) = {kernel<double_reciprocal<la>>, kernel<double_ha>, kernel<double_reciprocal<ep>>};
 TABLE(sLog1pI) = {twin<single_la>, twin<single_ha>, twin<single_la>};
-TABLE(dLog1pI) = {twin<double_reciprocal<la>>, twin<double_twin_ha>, twin<strided<double_reciprocal<ep>>>};
+TABLE(dLog1pI) = {twin<double_reciprocal<la>>, twin<double_twin_ha>, twin<double_reciprocal<ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

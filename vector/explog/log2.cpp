@@ -106,15 +106,11 @@ template <level L> struct double_log2 : log2_kernel<double, L> {
   }
 };
 
-template <class K> struct strided : K { static constexpr int block = 64 / sizeof(typename K::type); };
-
 }  // namespace
 
 TABLE(sLog2) = {kernel<single_log2<la>>, kernel<single_log2<ha>>, kernel<single_log2<ep>>};
 TABLE(dLog2) = {kernel<double_log2<la>>, kernel<double_log2<ha>>, kernel<double_log2<ep>>};
-TABLE(sLog2I) = {twin<strided<single_log2<la>>>, twin<strided<single_log2<ha>>>,
-                 twin<strided<single_log2<ep>>>};
-TABLE(dLog2I) = {twin<strided<double_log2<la>>>, twin<strided<double_log2<ha>>>,
-                 twin<strided<double_log2<ep>>>};
+TABLE(sLog2I) = {twin<single_log2<la>>, twin<single_log2<ha>>, twin<single_log2<ep>>};
+TABLE(dLog2I) = {twin<double_log2<la>>, twin<double_log2<ha>>, twin<double_log2<ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -40,7 +40,7 @@ template <class T> struct logb_all : usual_kernel, layout<T> {
 
   static int routine(const T& x, T& r) {
     if (x == 0) return r = fp::divide(T(-1), T(0)), ZUR_STATUS_DOMAIN;
-    const auto size = as<vec<T>>(as<pattern<T>>(all(x)) & ~sign_bit<T>());
+    const auto size = magnitude<T>(all(x));
     if (!(size[0] < 1)) return r = size[0], ZUR_STATUS_OK;  // infinity or NaN
     return r = exponent(size * lay::raise, lay::bias + lay::raised)[0], ZUR_STATUS_OK;
   }
@@ -48,9 +48,6 @@ template <class T> struct logb_all : usual_kernel, layout<T> {
 
 }  // namespace
 
-TABLE(sLogb) = {kernel<logb_all<float>>, kernel<logb_all<float>>, kernel<logb_all<float>>};
-TABLE(dLogb) = {kernel<logb_all<double>>, kernel<logb_all<double>>, kernel<logb_all<double>>};
-TABLE(sLogbI) = {twin<logb_all<float>>, twin<logb_all<float>>, twin<logb_all<float>>};
-TABLE(dLogbI) = {twin<logb_all<double>>, twin<logb_all<double>>, twin<logb_all<double>>};
+TABLES_OF_ONE_KERNEL(Logb, logb_all, logb_all)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -46,10 +46,9 @@ template <class T, level L> struct cbrt_kernel : usual_kernel {
   }
 
   static vec<T> cube_root(vec<T> x) {
-    const pattern<T> size = as<pattern<T>>(x) & ~sign_bit<T>(), sign = as<pattern<T>>(x) ^ size;
-    const third_split<T> s = split_third<T>(size);
+    const third_split<T> s = split_third<T>(magnitude<T>(x));
     const auto y = as<pattern<T>>(root(s));
-    return as<vec<T>>((y + (s.k - third_bias<T>)) | sign);
+    return with_sign<T>(as<vec<T>>(y + (s.k - third_bias<T>)), x);
   }
 
   static results<T> fast(vec<T> x) { return {{cube_root(x)}, not_normal<T>(x)}; }
@@ -66,9 +65,7 @@ TABLE(sCbrt) = {kernel<cbrt_kernel<float, la>>, kernel<cbrt_kernel<float, ha>>,
                 kernel<cbrt_kernel<float, ep>>};
 TABLE(dCbrt) = {kernel<cbrt_kernel<double, la>>, kernel<cbrt_kernel<double, ha>>,
                 kernel<cbrt_kernel<double, la>>};
-TABLE(sCbrtI) = {twin<strided<cbrt_kernel<float, la>>>, twin<strided<cbrt_kernel<float, ha>>>,
-                 twin<strided<cbrt_kernel<float, ep>>>};
-TABLE(dCbrtI) = {twin<strided<cbrt_kernel<double, la>>>, twin<strided<cbrt_kernel<double, ha>>>,
-                 twin<strided<cbrt_kernel<double, la>>>};
+TABLE(sCbrtI) = {twin<cbrt_kernel<float, la>>, twin<cbrt_kernel<float, ha>>, twin<cbrt_kernel<float, ep>>};
+TABLE(dCbrtI) = {twin<cbrt_kernel<double, la>>, twin<cbrt_kernel<double, ha>>, twin<cbrt_kernel<double, la>>};
 
 }  // namespace zur::inline ZUR_WIDTH

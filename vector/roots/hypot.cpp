@@ -37,9 +37,8 @@ template <class T> struct squares {
     constexpr bool single = sizeof(T) == 4;
     constexpr std::uint64_t leading = single ? 0xFFF80000 : 0xFFFFC00000000000;
     constexpr std::uint64_t far = single ? 0x02000000 : 0x0060000000000000;
-    const pattern<T> a = as<pattern<T>>(x) & ~sign_bit<T>(), b = as<pattern<T>>(y) & ~sign_bit<T>();
-    const vec<T> p = as<vec<T>>(a) > as<vec<T>>(b) ? as<vec<T>>(a) : as<vec<T>>(b);
-    const vec<T> q = as<vec<T>>(a ^ b ^ as<pattern<T>>(p));
+    const vec<T> a = magnitude<T>(x), b = magnitude<T>(y), p = a > b ? a : b;
+    const vec<T> q = as<vec<T>>(as<pattern<T>>(a) ^ as<pattern<T>>(b) ^ as<pattern<T>>(p));
     const vec<T> p_hi = as<vec<T>>(as<pattern<T>>(p) & leading);
     const auto near = as<pattern<T>>(as<vec<T>>(as<pattern<T>>(q) + far) >= p);
     const vec<T> q_hi = as<vec<T>>(as<pattern<T>>(q) & (near & leading));
@@ -91,7 +90,8 @@ template <level L> struct double_hypot : hypot_kernel<double, L> {
     } else {
       const vec<double> v = L == la ? squares<double>(a, b).sum() : a * a + b * b;
       const vec<double> y = estimate_of_reciprocal_root(v), g = v * y;
-      return {g + g * root_series < L == ep ? 2 : 4 > (g * y - 1.0), v};
+      constexpr int terms = L == ep ? 2 : 4;
+      return {g + g * root_series<terms>(g * y - 1.0), v};
     }
   }
 
@@ -112,9 +112,7 @@ template <level L> struct double_hypot : hypot_kernel<double, L> {
 
 TABLE(sHypot) = {kernel<single_hypot<la>>, kernel<single_hypot<ha>>, kernel<single_hypot<ep>>};
 TABLE(dHypot) = {kernel<double_hypot<la>>, kernel<double_hypot<ha>>, kernel<double_hypot<ep>>};
-TABLE(sHypotI) = {twin<strided<single_hypot<la>>>, twin<strided<single_hypot<ha>>>,
-                  twin<strided<single_hypot<ep>>>};
-TABLE(dHypotI) = {twin<strided<double_hypot<la>>>, twin<strided<double_hypot<ha>>>,
-                  twin<strided<double_hypot<ep>>>};
+TABLE(sHypotI) = {twin<single_hypot<la>>, twin<single_hypot<ha>>, twin<single_hypot<ep>>};
+TABLE(dHypotI) = {twin<double_hypot<la>>, twin<double_hypot<ha>>, twin<double_hypot<ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -27,8 +27,7 @@ struct estimate : usual_kernel {
   static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) {
-    const vec<float> size = as<vec<float>>(as<pattern<float>>(x) & ~sign_bit<float>());
-    return {{approx_reciprocal(x)}, outside<float>(size, 0x00800000, 0x7E7FFFFF)};
+    return {{approx_reciprocal(x)}, outside<float>(magnitude<float>(x), least_normal<float>, 0x7E7FFFFF)};
   }
   static int routine(const float& x, float& r) {
     if (x == 0) return pole(x, r);
@@ -40,9 +39,7 @@ struct estimate : usual_kernel {
 
 TABLE(sInv) = {kernel<by_division<float>>, kernel<by_division<float>>, kernel<estimate>};
 TABLE(dInv) = {kernel<by_division<double>>, kernel<by_division<double>>, kernel<by_division<double>>};
-TABLE(sInvI) = {twin<strided<by_division<float>>>, twin<strided<by_division<float>>>,
-                twin<strided<estimate>>};
-TABLE(dInvI) = {twin<strided<by_division<double>>>, twin<strided<by_division<double>>>,
-                twin<strided<by_division<double>>>};
+TABLE(sInvI) = {twin<by_division<float>>, twin<by_division<float>>, twin<estimate>};
+TABLE(dInvI) = {twin<by_division<double>>, twin<by_division<double>>, twin<by_division<double>>};
 
 }  // namespace zur::inline ZUR_WIDTH

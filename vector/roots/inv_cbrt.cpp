@@ -45,10 +45,9 @@ template <class T, level L> struct inv_cbrt_kernel : usual_kernel {
   }
 
   static vec<T> reciprocal(vec<T> x) {
-    const pattern<T> size = as<pattern<T>>(x) & ~sign_bit<T>(), sign = as<pattern<T>>(x) ^ size;
-    const third_split<T> s = split_third<T>(size);
+    const third_split<T> s = split_third<T>(magnitude<T>(x));
     const auto y = as<pattern<T>>(root(s));
-    return as<vec<T>>((y + (third_bias<T> - s.k)) | sign);
+    return with_sign<T>(as<vec<T>>(y + (third_bias<T> - s.k)), x);
   }
 
   static results<T> fast(vec<T> x) { return {{reciprocal(x)}, not_normal<T>(x)}; }
@@ -67,9 +66,9 @@ TABLE(sInvCbrt) = {kernel<inv_cbrt_kernel<float, la>>, kernel<inv_cbrt_kernel<fl
                    kernel<inv_cbrt_kernel<float, ep>>};
 TABLE(dInvCbrt) = {kernel<inv_cbrt_kernel<double, la>>, kernel<inv_cbrt_kernel<double, la>>,
                    kernel<inv_cbrt_kernel<double, la>>};
-TABLE(sInvCbrtI) = {twin<strided<inv_cbrt_kernel<float, la>>>, twin<strided<inv_cbrt_kernel<float, ha>>>,
-                    twin<strided<inv_cbrt_kernel<float, ep>>>};
-TABLE(dInvCbrtI) = {twin<strided<inv_cbrt_kernel<double, la>>>, twin<strided<inv_cbrt_kernel<double, la>>>,
-                    twin<strided<inv_cbrt_kernel<double, la>>>};
+TABLE(sInvCbrtI) = {twin<inv_cbrt_kernel<float, la>>, twin<inv_cbrt_kernel<float, ha>>,
+                    twin<inv_cbrt_kernel<float, ep>>};
+TABLE(dInvCbrtI) = {twin<inv_cbrt_kernel<double, la>>, twin<inv_cbrt_kernel<double, la>>,
+                    twin<inv_cbrt_kernel<double, la>>};
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -85,8 +85,7 @@ template <level L> struct double_series : inv_sqrt_kernel<double, L> {
 
 TABLE(sInvSqrt) = {kernel<single_step>, kernel<single_series>, kernel<single_step>};
 TABLE(dInvSqrt) = {kernel<double_series<la>>, kernel<double_series<ha>>, kernel<double_series<la>>};
-TABLE(sInvSqrtI) = {twin<strided<single_step>>, twin<strided<single_series>>, twin<strided<single_step>>};
-TABLE(dInvSqrtI) = {twin<strided<double_series<la>>>, twin<strided<double_series<ha>>>,
-                    twin<strided<double_series<la>>>};
+TABLE(sInvSqrtI) = {twin<single_step>, twin<single_series>, twin<single_step>};
+TABLE(dInvSqrtI) = {twin<double_series<la>>, twin<double_series<ha>>, twin<double_series<la>>};
 
 }  // namespace zur::inline ZUR_WIDTH

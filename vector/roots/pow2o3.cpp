@@ -37,7 +37,7 @@ template <class T, level L> struct pow2o3_kernel : usual_kernel {
   }
 
   static vec<T> power(vec<T> x) {
-    const third_split<T> s = split_third<T>(as<pattern<T>>(x) & ~sign_bit<T>());
+    const third_split<T> s = split_third<T>(magnitude<T>(x));
     const auto [u, r] = cube_root_row(s);
     const vec<T> square = u * u, y = square + square * series(r);
     const pattern<T> k = s.k - third_bias<T>;
@@ -57,9 +57,9 @@ TABLE(sPow2o3) = {kernel<pow2o3_kernel<float, la>>, kernel<pow2o3_kernel<float, 
                   kernel<pow2o3_kernel<float, ep>>};
 TABLE(dPow2o3) = {kernel<pow2o3_kernel<double, la>>, kernel<pow2o3_kernel<double, ha>>,
                   kernel<pow2o3_kernel<double, ep>>};
-TABLE(sPow2o3I) = {twin<strided<pow2o3_kernel<float, la>>>, twin<strided<pow2o3_kernel<float, ha>>>,
-                   twin<strided<pow2o3_kernel<float, ep>>>};
-TABLE(dPow2o3I) = {twin<strided<pow2o3_kernel<double, la>>>, twin<strided<pow2o3_kernel<double, ha>>>,
-                   twin<strided<pow2o3_kernel<double, ep>>>};
+TABLE(sPow2o3I) = {twin<pow2o3_kernel<float, la>>, twin<pow2o3_kernel<float, ha>>,
+                   twin<pow2o3_kernel<float, ep>>};
+TABLE(dPow2o3I) = {twin<pow2o3_kernel<double, la>>, twin<pow2o3_kernel<double, ha>>,
+                   twin<pow2o3_kernel<double, ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

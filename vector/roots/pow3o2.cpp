@@ -26,8 +26,8 @@ template <class T, class F> int special_power(T x, T& r, F power) {
   return r = power(x), ZUR_STATUS_OK;
 }
 
-// At EP the estimate is all; at LA one step for g, about sqrt(x); at HA a coupled step for sqrt(x) and 1/(2 sqrt(x)), the
-// residual c, and the product with x from parts of 12 bits.
+// At EP the estimate is all; at LA one step for g, about sqrt(x); at HA a coupled step for sqrt(x) and 1/(2 sqrt(x)),
+// the residual c, and the product with x from parts of 12 bits.
 template <level L> struct single_power : pow3o2_kernel<float, L> {
   static constexpr int block = L == ha ? 16 : 8;
 
@@ -69,7 +69,8 @@ template <level L> struct double_power : pow3o2_kernel<double, L> {
       return gh * xh + (gh * xl + gl * x);
     } else {
       const vec<double> y = estimate_of_reciprocal_root(x), g = x * y;
-      return (g + g * root_series < L == ep ? 2 : 4 > (g * y - 1.0)) * x;
+      constexpr int terms = L == ep ? 2 : 4;
+      return (g + g * root_series<terms>(g * y - 1.0)) * x;
     }
   }
 
@@ -88,9 +89,7 @@ template <level L> struct double_power : pow3o2_kernel<double, L> {
 
 TABLE(sPow3o2) = {kernel<single_power<la>>, kernel<single_power<ha>>, kernel<single_power<ep>>};
 TABLE(dPow3o2) = {kernel<double_power<la>>, kernel<double_power<ha>>, kernel<double_power<ep>>};
-TABLE(sPow3o2I) = {twin<strided<single_power<la>>>, twin<strided<single_power<ha>>>,
-                   twin<strided<single_power<ep>>>};
-TABLE(dPow3o2I) = {twin<strided<double_power<la>>>, twin<strided<double_power<ha>>>,
-                   twin<strided<double_power<ep>>>};
+TABLE(sPow3o2I) = {twin<single_power<la>>, twin<single_power<ha>>, twin<single_power<ep>>};
+TABLE(dPow3o2I) = {twin<double_power<la>>, twin<double_power<ha>>, twin<double_power<ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

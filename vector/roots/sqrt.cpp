@@ -40,8 +40,8 @@ template <level L> struct single_sqrt : sqrt_kernel<float, L> {
   }
 
   // Of a negative or denormal number, an infinity or NaN, g is infinite or NaN and so is the result. At HA the residual
-  // of numbers below 2^-101 would be no normal one; and gh^2 could overflow for the largest numbers if an estimate were a
-  // little larger than here.
+  // of numbers below 2^-101 would be no normal one; and gh^2 could overflow for the largest numbers if an estimate were
+  // a little larger than here.
   static results<float> fast(vec<float> x) {
     const vec<float> r = root(x);
     flags<float> flagged = above_abs<float>(r, 0x7F7FFFFF);
@@ -65,7 +65,8 @@ template <level L> struct double_sqrt : sqrt_kernel<double, L> {
       return p.hi + (p.lo + (p.hi + p.lo) * root_series<5>(p.e));
     } else {
       const vec<double> y = estimate_of_reciprocal_root(x), g = x * y;
-      return g + g * root_series < L == ep ? 2 : 4 > (g * y - 1.0);
+      constexpr int terms = L == ep ? 2 : 4;
+      return g + g * root_series<terms>(g * y - 1.0);
     }
   }
 
@@ -81,9 +82,7 @@ template <level L> struct double_sqrt : sqrt_kernel<double, L> {
 
 TABLE(sSqrt) = {kernel<single_sqrt<la>>, kernel<single_sqrt<ha>>, kernel<single_sqrt<ep>>};
 TABLE(dSqrt) = {kernel<double_sqrt<la>>, kernel<double_sqrt<ha>>, kernel<double_sqrt<ep>>};
-TABLE(sSqrtI) = {twin<strided<single_sqrt<la>>>, twin<strided<single_sqrt<ha>>>,
-                 twin<strided<single_sqrt<ep>>>};
-TABLE(dSqrtI) = {twin<strided<double_sqrt<la>>>, twin<strided<double_sqrt<ha>>>,
-                 twin<strided<double_sqrt<ep>>>};
+TABLE(sSqrtI) = {twin<single_sqrt<la>>, twin<single_sqrt<ha>>, twin<single_sqrt<ep>>};
+TABLE(dSqrtI) = {twin<double_sqrt<la>>, twin<double_sqrt<ha>>, twin<double_sqrt<ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

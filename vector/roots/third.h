@@ -1,7 +1,8 @@
 // Powers with an exponent of thirds, by a table.
 //
 // |x| = 2^(3 k) v, v in [1/2, 4) in single and [1, 8) in double. A row stands for the numbers with the same exponent and
-// 6 leading fraction bits; c is a number in its middle and r = v / c - 1, |r| < 2^-7, but 2^-5.8 in the table of single cube roots:
+// 6 leading fraction bits; c is a number in its middle and r = v / c - 1, |r| < 2^-7, but 2^-5.8 in the table of single
+// cube roots:
 //
 //   v^p = c^p (1 + r)^p,  (1 + r)^p = 1 + r P(r)
 //
@@ -21,12 +22,13 @@ template <class T> struct third_split {
 template <class T>
 inline constexpr pattern<T> third_bias = pattern<T>{} + (sizeof(T) == 4 ? 42ull << 23 : 341ull << 52);
 
-// For normal x; others give garbage, but a row within the table.
-template <class T> ZUR_INLINE third_split<T> split_third(pattern<T> size) {
+// For positive normal x; others give garbage, but a row within the table.
+template <class T> ZUR_INLINE third_split<T> split_third(vec<T> x) {
   constexpr bool single = sizeof(T) == 4;
   constexpr std::uint64_t upper_third = single ? 0x55560000 : 0x5556000000000000;  // 2^16 / 3, rounded up
   constexpr std::uint64_t exponent = single ? 0x7F800000 : 0x7FF0000000000000;
   constexpr std::uint64_t half_or_one = single ? 126ull << 23 : 1023ull << 52;
+  const auto size = as<pattern<T>>(x);
   const auto third = as<pattern<T>>(upper_products(as<words>(size), as<words>(pattern<T>{} + upper_third)));
   const pattern<T> k = third & exponent,
                    rest = size - k - (k + k);  // remainder of the exponent, and fraction
@@ -65,12 +67,6 @@ ZUR_INLINE vec<float> fraction_of(vec<float> v) {
 }
 ZUR_INLINE vec<float> power_of_two_of(vec<float> v) {
   return as<vec<float>>(as<pattern<float>>(v) & 0x7F800000);
-}
-
-// Where |x| is zero, denormal, infinite or NaN.
-template <class T> ZUR_INLINE flags<T> not_normal(vec<T> x) {
-  const auto size = as<vec<T>>(as<pattern<T>>(x) & ~sign_bit<T>());
-  return outside<T>(size, least_normal<T>, greatest_finite<T>);
 }
 
 }  // namespace
