@@ -1,32 +1,9 @@
 // An owned block of core's memory.
 #pragma once
-#include <arko/core.h>
+#include "core/block.h"
 
-#include <cstddef>
+namespace kov {
 
-namespace [[gnu::visibility("hidden")]] kov {
-
-// Room for some T, undefined at first; given back at the end of the scope unless it was released. False where it
-// could not be had.
-template <class T> class block {
- public:
-  explicit block(std::size_t count = 1) : p_(static_cast<T*>(arko_serv_allocate(count * sizeof(T), 128))) {}
-  ~block() { arko_serv_deallocate(p_); }
-  block(const block&) = delete;
-  block& operator=(const block&) = delete;
-
-  explicit operator bool() const { return p_ != nullptr; }
-  T* get() const { return p_; }
-  T* operator->() const { return p_; }
-  T& operator[](std::size_t i) const { return p_[i]; }
-  T* release() {
-    T* p = p_;
-    p_ = nullptr;
-    return p;
-  }
-
- private:
-  T* p_;
-};
+using arko::block;
 
 }  // namespace kov

@@ -1,0 +1,185 @@
+/*
+ * arko/fit.h - data fitting: one-dimensional splines.
+ *
+ * A task is one record that describes breakpoints x[0] < ... < x[nx-1], ny functions over them, a spline (order,
+ * type, conditions) and where its coefficients lie. Entries read everything from the task: construction writes
+ * coefficients, search tells in which cells sites lie, interpolation and integration evaluate.
+ *
+ *   void* task;
+ *   double coeff[4 * (nx - 1)];
+ *   arko_df_kernel_dNewTask1D(&task, nx, x, FIT_X_NOHINT, 1, y, FIT_Y_NOHINT, 0);
+ *   arko_df_kernel_dEditPPSpline1D(task, FIT_ORDER_CUBIC, FIT_TYPE_NATURAL, FIT_BC_FREE_END, NULL, FIT_IC_NONE,
+ *                                  NULL, coeff, FIT_C_NOHINT);
+ *   arko_df_kernel_dDFNaturalCubicSpline1D(task, 0, 0, NULL);
+ *   arko_df_kernel_DeleteTask(&task);
+ *
+ * Entries come in two precisions, d with double and s with float arrays. All return a status, FIT_OK or a negative
+ * number of the list below. All arrays stay the caller's: a task keeps pointers to them, so they must be valid as
+ * long as the task is used. A task may be used by one thread at a time; entries that take a DFThreadServices
+ * (arko/threads.h; null: none) may run parts of their work on the caller's threads.
+ *
+ * Counts, hints and codes are 64-bit integers; nx, ny and counts of sites must be below 2^31.
+ */
+#ifndef ARKO_FIT_H
+#define ARKO_FIT_H
+
+#include <arko/threads.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Statuses ---------------------------------------------------------------------------- */
+
+#define FIT_OK 0
+#define FIT_ERR_NULL_TASK (-1000)
+#define FIT_ERR_MEMORY (-1001)
+#define FIT_ERR_METHOD (-1002) /* method or spline type that the entry does not have */
+#define FIT_ERR_NX (-1004)     /* too few breakpoints */
+#define FIT_ERR_X (-1005)      /* breakpoints null */
+#define FIT_ERR_XHINT (-1006)
+#define FIT_ERR_NY (-1007) /* no functions, or function count and pointer disagree */
+#define FIT_ERR_Y (-1008)  /* function values null */
+#define FIT_ERR_YHINT (-1009)
+#define FIT_ERR_ORDER (-1010)
+#define FIT_ERR_TYPE (-1011)
+#define FIT_ERR_ICTYPE (-1012)
+#define FIT_ERR_IC (-1013) /* internal conditions missing, or knots out of place */
+#define FIT_ERR_BCTYPE (-1014)
+#define FIT_ERR_BC (-1015)    /* boundary conditions missing */
+#define FIT_ERR_COEFF (-1016) /* coefficients null */
+#define FIT_ERR_COEFFHINT (-1017)
+#define FIT_ERR_PERIODIC (-1018)  /* periodic condition, but first and last value differ */
+#define FIT_ERR_ATTR (-1019)      /* unknown attribute */
+#define FIT_ERR_INDEX (-1020)     /* function index outside 0..ny-1 */
+#define FIT_ERR_SITE (-1022)      /* lookup: a site is no breakpoint */
+#define FIT_ERR_NDER (-1024)      /* lookup: more than one result a site */
+#define FIT_ERR_DORDER (-1025)    /* lookup: not the value */
+#define FIT_ERR_DATAHINT (-1026)  /* a data hint of unknown kind, or a peak cell outside 0..nx */
+#define FIT_ERR_RHINT (-1028)     /* interpolation: layout of results */
+#define FIT_ERR_INTRHINT (-1034)  /* integration: layout of results */
+#define FIT_ERR_FLAGVALUE (-1036) /* FIT_ATTR_FLAG neither 0 nor 1 */
+#define FIT_ERR_OUTPTR (-1037)    /* output pointer of a query null */
+#define FIT_ERR_SOLVER (-1500)    /* the system of equations is singular */
+
+/* ---- Attributes of a task ---------------------------------------------------------------- */
+
+/* Pointers, for EditPtr, QueryPtr, EditIdxPtr and QueryIdxPtr. */
+#define FIT_ATTR_X 1
+#define FIT_ATTR_Y 2
+#define FIT_ATTR_IC 3
+#define FIT_ATTR_BC 4
+#define FIT_ATTR_COEFF 5
+/* Integers, for iEditVal and iQueryVal, with accepted values. */
+#define FIT_ATTR_NX 14        /* at least 2 */
+#define FIT_ATTR_XHINT 15     /* FIT_X_* */
+#define FIT_ATTR_NY 16        /* at least 1 */
+#define FIT_ATTR_YHINT 17     /* FIT_Y_* */
+#define FIT_ATTR_ORDER 18     /* not negative */
+#define FIT_ATTR_TYPE 19      /* FIT_TYPE_*, but not those of tables */
+#define FIT_ATTR_ICTYPE 20    /* FIT_IC_NONE, FIT_IC_D1, FIT_IC_D2, or any with the bit of FIT_IC_KNOTS */
+#define FIT_ATTR_BCTYPE 21    /* not negative */
+#define FIT_ATTR_COEFFHINT 22 /* FIT_C_* */
+#define FIT_ATTR_FLAG 23      /* 0 or 1: the caller's own */
+
+/* Breakpoints. */
+#define FIT_X_NOHINT 0
+#define FIT_X_IRREGULAR 1
+#define FIT_X_QUASI 2   /* nearly uniform: cells are guessed as on a uniform grid, then corrected */
+#define FIT_X_UNIFORM 4 /* x holds x[0] and x[nx-1] only */
+
+/* Function values. */
+#define FIT_Y_NOHINT 0
+#define FIT_Y_BYFUNC 16 /* value i of function f at y[f*nx + i]; so without hint, too */
+#define FIT_Y_BYSITE 32 /* value i of function f at y[i*ny + f] */
+#define FIT_Y_PTRS 128  /* an array a function; the first is given, the others by EditIdxPtr */
+
+/*
+ * Coefficients: a row a function, in it cell after cell, in each the coefficients of powers of the distance from
+ * the cell's breakpoint, constant term first. Rows lie one behind the other, unless FIT_C_PTRS says that there is
+ * an array for each. A row holds order * (nx-1) numbers, or order * nx with FIT_TYPE_KNOT_QUADRATIC.
+ */
+#define FIT_C_NOHINT 0
+#define FIT_C_BYFUNC 16
+#define FIT_C_BYCELL 32
+#define FIT_C_PTRS 128 /* the first row is given, the others by EditIdxPtr */
+
+/* Spline order: coefficients a cell. More than 4: an interpolant of the caller's. */
+#define FIT_ORDER_TABLE 0
+#define FIT_ORDER_LINEAR 2
+#define FIT_ORDER_QUADRATIC 3
+#define FIT_ORDER_CUBIC 4
+
+/* Spline type. */
+#define FIT_TYPE_DEFAULT 0        /* quadratic from a midpoint value, cubic from second derivatives */
+#define FIT_TYPE_KNOT_QUADRATIC 1 /* quadratic with knots between breakpoints and one cell more */
+#define FIT_TYPE_NATURAL 2
+#define FIT_TYPE_HERMITE 3
+#define FIT_TYPE_BESSEL 4
+#define FIT_TYPE_AKIMA 5
+#define FIT_TYPE_HYMAN 9
+/* Tables, with FIT_ORDER_TABLE. */
+#define FIT_TYPE_LOOKUP 6     /* sites must be breakpoints */
+#define FIT_TYPE_STEP_LEFT 7  /* the value at the left end of the cell: continuous from the right */
+#define FIT_TYPE_STEP_RIGHT 8 /* the value at its right end: continuous from the left */
+
+/* Boundary conditions. bc[0] is the value at the left end, bc[1] the one at the right. */
+#define FIT_BC_NONE 0
+#define FIT_BC_NOT_A_KNOT 1
+#define FIT_BC_FREE_END 2 /* second derivatives zero */
+#define FIT_BC_D1_LEFT 4  /* first and second derivatives given: one left and one right bit added */
+#define FIT_BC_D1_RIGHT 8
+#define FIT_BC_D2_LEFT 16
+#define FIT_BC_D2_RIGHT 32
+#define FIT_BC_PERIODIC \
+  64 /* y[0] == y[nx-1]; Default: bc[0] is the second derivative at both ends, Hermite: the first */
+#define FIT_BC_MIDPOINT 128 /* Default quadratic: bc[0] is the value in the middle of the first cell */
+
+/* Internal conditions. */
+#define FIT_IC_NONE 0
+#define FIT_IC_D1 1             /* first derivatives at x[1] to x[nx-2] */
+#define FIT_IC_D2 2             /* second derivatives at x[1] to x[nx-2] */
+#define FIT_IC_KNOTS 8          /* nx + 1 knots, the first and last of them x[0] and x[nx-1] */
+#define FIT_IC_KNOTS_UNIFORM 12 /* first and last inner knot, the others evenly between */
+
+/* ---- Tasks ------------------------------------------------------------------------------- */
+
+/*
+ * NewTask1D makes a task. With ny 0 and y null it has no functions: it can be searched in, and functions can be set
+ * later. With `wide` not 0, integers that callers' functions and queries get by pointer, and cell numbers, have 64
+ * bits, else 32. Refused arguments and a lack of memory for the record leave null in *task; where memory for its
+ * tables lacks, the task is there, to be deleted.
+ *
+ * EditPPSpline1D sets all that describes the spline, with one check after the other; what was stored before a
+ * refusal stays. A coefficient pointer of null leaves the rows as they are.
+ *
+ * EditPtr, EditIdxPtr and iEditVal set one attribute. Pointers of functions and rows are worked out when Y or COEFF
+ * is set, from NX, NY, hints, order and type as they are then: after a change of those the pointer must be set
+ * again. A search table is made with the task, and again whenever XHINT is set to FIT_X_IRREGULAR or from
+ * FIT_X_UNIFORM to another value: do that after a change of X or NX.
+ *
+ * Queries write what is stored; QueryPtr of Y and COEFF the first pointer, null where there is none.
+ *
+ * DeleteTask releases the task and stores null; a task that is null already gives FIT_ERR_NULL_TASK.
+ */
+#define ARKO_DF_TASK_PROTOTYPES(p, real)                                                                     \
+  int32_t arko_df_kernel_##p##NewTask1D(void** task, int64_t nx, const real* x, int64_t xhint, int64_t ny,   \
+                                        const real* y, int64_t yhint, int32_t wide);                         \
+  int32_t arko_df_kernel_##p##EditPPSpline1D(void* task, int64_t s_order, int64_t s_type, int64_t bc_type,   \
+                                             const real* bc, int64_t ic_type, const real* ic, real* coeff,   \
+                                             int64_t coeff_hint);                                            \
+  int32_t arko_df_kernel_##p##EditPtr(void* task, int64_t attribute, const real* pointer);                   \
+  int32_t arko_df_kernel_##p##EditIdxPtr(void* task, int64_t attribute, int64_t index, const real* pointer); \
+  int32_t arko_df_kernel_##p##QueryPtr(void* task, int64_t attribute, real** pointer);                       \
+  int32_t arko_df_kernel_##p##QueryIdxPtr(void* task, int64_t attribute, int64_t index, real** pointer)
+ARKO_DF_TASK_PROTOTYPES(d, double);
+ARKO_DF_TASK_PROTOTYPES(s, float);
+int32_t arko_df_kernel_iEditVal(void* task, int64_t attribute, int64_t value);
+int32_t arko_df_kernel_iQueryVal(void* task, int64_t attribute, void* value);
+int32_t arko_df_kernel_DeleteTask(void** task);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,305 @@
+// The task: checks in their order, tables of pointers, the record as callers know it, search buckets.
+
+#include "fit/task.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "core/testing.h"
+#include "tests/fit/tasks.h"
+
+namespace {
+
+using namespace arko::test;
+
+template <class T> class task_of : public testing::Test {};
+using precisions = testing::Types<double, float>;
+TYPED_TEST_SUITE(task_of, precisions);
+
+const fit::task& record(const void* task) { return *static_cast<const fit::task*>(task); }
+
+TYPED_TEST(task_of, creation_checks_in_order) {
+  using T = TypeParam;
+  const T x[3] = {0, 1, 3}, y[6] = {};
+  const struct {
+    int64_t nx;
+    const T* x;
+    int64_t xhint, ny;
+    const T* y;
+    int64_t yhint;
+    int32_t status;
+  } rows[] = {
+      {1, nullptr, 3, 0, y, 1, FIT_ERR_NX},
+      {2, nullptr, 3, 0, y, 1, FIT_ERR_X},
+      {2, x, 3, 0, y, 1, FIT_ERR_XHINT},
+      {2, x, 5, 0, y, 1, FIT_ERR_XHINT},
+      {2, x, 0, 0, y, 1, FIT_ERR_NY},
+      {2, x, 0, -1, y, 1, FIT_ERR_NY},
+      {2, x, 0, 1, nullptr, 1, FIT_ERR_Y},
+      {2, x, 0, 1, y, 64, FIT_ERR_YHINT},
+      {2, x, 0, 0, nullptr, 16, FIT_OK},
+      {3, x, 1, 2, y, 128, FIT_OK},
+      {3, x, 0, int64_t(1) << 62, y, 0, FIT_ERR_MEMORY},
+  };
+  for (const auto& r : rows) {
+    void* task = &task;
+    EXPECT_EQ(fit_entries<T>::new_task(&task, r.nx, r.x, r.xhint, r.ny, r.y, r.yhint, 0), r.status);
+    EXPECT_EQ(task != nullptr, r.status == FIT_OK || r.status == FIT_ERR_MEMORY);
+    EXPECT_EQ(arko_df_kernel_DeleteTask(&task), task ? FIT_OK : FIT_ERR_NULL_TASK);
+    EXPECT_EQ(task, nullptr);
+    EXPECT_EQ(arko_df_kernel_DeleteTask(&task), FIT_ERR_NULL_TASK);
+  }
+}
+
+TYPED_TEST(task_of, record) {
+  using T = TypeParam;
+  const T x[3] = {0, 1, 3}, y[6] = {};
+  T c[100];
+  const fit_task<T> task(3, x, 1, 2, y, 128, 7);
+  using entries = fit_entries<T>;
+  ASSERT_EQ(entries::edit_spline(task, 4, 3, 36, y, 1, y + 1, c, 16), FIT_OK);
+  const auto* const bytes = static_cast<const char*>(task.get());
+  const auto at = [&]<class Field>(int offset, Field) {
+    Field value;
+    std::memcpy(&value, bytes + offset, sizeof value);
+    return value;
+  };
+  EXPECT_EQ(at(0, int32_t()), 7);
+  EXPECT_EQ(bytes[4], 4);
+  EXPECT_EQ(at(8, int32_t()), sizeof(T) == 8);
+  EXPECT_EQ(at(12, int32_t()), 1);
+  const int64_t counts[][2] = {{16, 3}, {32, 1}, {40, 2},  {56, 128}, {64, 4},
+                               {72, 3}, {80, 1}, {96, 36}, {120, 16}};
+  for (const auto& [offset, value] : counts)
+    EXPECT_EQ(at(static_cast<int>(offset), int64_t()), value) << offset;
+  const void* const pointers[][2] = {{bytes + 24, x}, {bytes + 88, y + 1}, {bytes + 104, y}};
+  for (const auto& [where, value] : pointers) EXPECT_EQ(*static_cast<const void* const*>(where), value);
+  EXPECT_EQ(at(48, (const T**)nullptr)[0], y);
+  EXPECT_EQ(at(48, (const T**)nullptr)[1], nullptr);
+  EXPECT_EQ(at(112, (T**)nullptr)[1], c + 8);
+}
+
+// Which function each pointer belongs to, by storage hint; rows of the knot quadratic are one cell longer.
+TYPED_TEST(task_of, tables_of_pointers) {
+  using T = TypeParam;
+  using entries = fit_entries<T>;
+  const T x[5] = {0, 1, 3, 4, 9}, y[15] = {};
+  T c[100], *found = nullptr;
+  for (const int64_t hint : {0, 16, 32, 128}) {
+    const fit_task<T> task(5, x, 0, 3, y, hint);
+    const bool one_array = hint == 32, apart = hint == 128;
+    EXPECT_EQ(entries::query_pointer(task, FIT_ATTR_COEFF, &found), FIT_OK);
+    EXPECT_EQ(found, nullptr);
+    EXPECT_EQ(entries::edit_indexed(task, FIT_ATTR_COEFF, 0, c), FIT_ERR_COEFF);
+    for (int64_t f = 0; f < 3; f++) {
+      const auto status = entries::query_indexed(task, FIT_ATTR_Y, f, &found);
+      EXPECT_EQ(status, one_array ? FIT_ERR_YHINT : FIT_OK);
+      if (!one_array) {
+        EXPECT_EQ(found, apart && f ? nullptr : y + f * 5);
+      }
+    }
+    EXPECT_EQ(entries::edit_indexed(task, FIT_ATTR_Y, 7, y), one_array ? FIT_ERR_YHINT : FIT_ERR_INDEX);
+    EXPECT_EQ(entries::edit_indexed(task, FIT_ATTR_Y, 2, y + 1), one_array ? FIT_ERR_YHINT : FIT_OK);
+    if (!one_array) {
+      EXPECT_EQ(entries::query_indexed(task, FIT_ATTR_Y, 2, &found), FIT_OK);
+    }
+    if (!one_array) {
+      EXPECT_EQ(found, y + 1);
+    }
+    EXPECT_EQ(entries::edit_pointer(task, FIT_ATTR_Y, y + 2), FIT_OK);
+    EXPECT_EQ(entries::query_pointer(task, FIT_ATTR_Y, &found), FIT_OK);
+    EXPECT_EQ(found, y + 2);
+
+    for (const int64_t type : {0, 1, 6}) {
+      ASSERT_EQ(entries::edit_spline(task, 3, type, 0, nullptr, 0, nullptr, c, hint), FIT_OK);
+      for (int64_t f = 0; f < 3; f++) {
+        EXPECT_EQ(entries::query_indexed(task, FIT_ATTR_COEFF, f, &found), FIT_OK);
+        EXPECT_EQ(found, f && apart ? nullptr : c + f * 3 * (type == 1 ? 5 : 4));
+      }
+    }
+    EXPECT_EQ(entries::edit_indexed(task, FIT_ATTR_COEFF, 1, c + 1), FIT_OK);
+    EXPECT_EQ(entries::query_indexed(task, FIT_ATTR_COEFF, 1, &found), FIT_OK);
+    EXPECT_EQ(found, c + 1);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_ORDER, 2), FIT_OK);
+    EXPECT_EQ(entries::edit_pointer(task, FIT_ATTR_COEFF, c + 2), FIT_OK);
+    EXPECT_EQ(entries::query_indexed(task, FIT_ATTR_COEFF, 1, &found), FIT_OK);
+    EXPECT_EQ(found, apart ? nullptr : c + 2 + 8);
+  }
+  // No functions, so nothing to point at.
+  const fit_task<T> none(5, x, 4);
+  EXPECT_EQ(entries::edit_pointer(none, FIT_ATTR_COEFF, c), FIT_ERR_NY);
+  EXPECT_EQ(entries::edit_pointer(none, FIT_ATTR_Y, c), FIT_ERR_NY);
+  EXPECT_EQ(entries::edit_spline(none, 3, 0, 0, nullptr, 0, nullptr, c, 0), FIT_ERR_NY);
+  ASSERT_EQ(arko_df_kernel_iEditVal(none, FIT_ATTR_NY, 2), FIT_OK);
+  EXPECT_EQ(entries::edit_indexed(none, FIT_ATTR_Y, 0, y), FIT_ERR_Y);
+  EXPECT_EQ(entries::edit_pointer(none, FIT_ATTR_Y, y), FIT_OK);
+}
+
+TYPED_TEST(task_of, refuses_and_keeps) {
+  using T = TypeParam;
+  using entries = fit_entries<T>;
+  const T x[2] = {0, 1}, ic[1] = {};
+  T c[8], *p;
+  for (const int32_t wide : {0, 1}) {
+    const fit_task<T> task(2, x, 0, 1, x, 0, wide);
+    struct {
+      int64_t order, type, bc_type;
+      const T* bc;
+      int64_t ic_type;
+      const T* ic;
+      int32_t status;
+    } const splines[] = {
+        {-1, -1, 4, nullptr, 1, nullptr, FIT_ERR_ORDER}, {4, -1, 4, nullptr, 1, nullptr, FIT_ERR_TYPE},
+        {5, 6, 128, nullptr, 1, nullptr, FIT_ERR_BC},    {4, 7, 64, nullptr, 1, nullptr, FIT_ERR_IC},
+        {3, 8, 1, nullptr, 0, ic, FIT_ERR_ICTYPE},       {4, 3, 36, ic, 1, ic, FIT_OK},
+    };
+    for (const auto& s : splines) {
+      EXPECT_EQ(entries::edit_spline(task, s.order, s.type, s.bc_type, s.bc, s.ic_type, s.ic, c, 0),
+                s.status);
+      if (s.type > 0) {
+        EXPECT_EQ(record(task).s_type, s.type);
+      }
+      if (s.status == FIT_ERR_IC) {
+        EXPECT_EQ(record(task).bc_type, 64);
+      }
+    }
+    // Pairs of a value and the status of storing it; what was refused is not stored.
+    struct {
+      int64_t attribute, value;
+      int32_t status;
+    } const edits[] = {
+        {14, 1, FIT_ERR_NX},
+        {14, 2, 0},
+        {15, 3, FIT_ERR_XHINT},
+        {15, 2, 0},
+        {16, 0, FIT_ERR_NY},
+        {16, 1, 0},
+        {17, 64, FIT_ERR_YHINT},
+        {17, 32, 0},
+        {18, -1, FIT_ERR_ORDER},
+        {18, 9, 0},
+        {19, 6, FIT_ERR_TYPE},
+        {19, 9, 0},
+        {20, 4, FIT_ERR_ICTYPE},
+        {20, 12, 0},
+        {20, -1, 0},
+        {21, -1, FIT_ERR_BCTYPE},
+        {21, 77, 0},
+        {22, 8, FIT_ERR_COEFFHINT},
+        {22, 32, 0},
+        {23, 2, FIT_ERR_FLAGVALUE},
+        {23, 1, 0},
+        {13, 1, FIT_ERR_ATTR},
+        {24, 1, FIT_ERR_ATTR},
+    };
+    for (const auto& e : edits) {
+      EXPECT_EQ(arko_df_kernel_iEditVal(task, e.attribute, e.value), e.status)
+          << e.attribute << ' ' << e.value;
+      int64_t value = 0x5555555555555555, expected = value;
+      const auto status = arko_df_kernel_iQueryVal(task, e.attribute, &value);
+      EXPECT_EQ(status, e.status == FIT_ERR_ATTR ? FIT_ERR_ATTR : FIT_OK);
+      if (e.status == FIT_OK) {
+        if (wide)
+          expected = e.value;
+        else
+          std::memcpy(&expected, &e.value, 4);
+        EXPECT_EQ(value, expected) << e.attribute;
+      }
+    }
+    EXPECT_EQ(arko_df_kernel_iQueryVal(task, 14, nullptr), FIT_ERR_OUTPTR);
+    const int32_t refusals[] = {FIT_ERR_ATTR, FIT_ERR_X,     FIT_ERR_Y,   FIT_ERR_IC,
+                                FIT_ERR_BC,   FIT_ERR_COEFF, FIT_ERR_ATTR};
+    for (int64_t a = 0; a < 7; a++) {
+      EXPECT_EQ(entries::edit_pointer(task, a, nullptr), refusals[a]) << a;
+      EXPECT_EQ(entries::query_pointer(task, a, &p), a % 6 ? FIT_OK : FIT_ERR_ATTR) << a;
+      EXPECT_EQ(entries::query_pointer(task, a, nullptr), FIT_ERR_OUTPTR);
+      EXPECT_EQ(entries::query_indexed(task, a, 1, &p), FIT_ERR_INDEX);
+      EXPECT_EQ(entries::query_indexed(task, a, -1, nullptr), FIT_ERR_OUTPTR);
+      const int32_t indexed = a == 2 ? FIT_ERR_YHINT : a == 5 ? FIT_OK : FIT_ERR_ATTR;
+      EXPECT_EQ(entries::query_indexed(task, a, 0, &p), indexed) << a;
+      EXPECT_EQ(entries::edit_indexed(task, a, 1, c), a == 5 ? FIT_ERR_INDEX : indexed);
+      EXPECT_EQ(entries::edit_indexed(task, a, 0, nullptr), a == 5 ? FIT_ERR_COEFF : indexed);
+    }
+  }
+  EXPECT_EQ(entries::edit_spline(nullptr, 0, 0, 0, nullptr, 0, nullptr, nullptr, 0), FIT_ERR_NULL_TASK);
+  EXPECT_EQ(entries::edit_pointer(nullptr, 1, x), FIT_ERR_NULL_TASK);
+  EXPECT_EQ(entries::edit_indexed(nullptr, 2, 0, x), FIT_ERR_NULL_TASK);
+  EXPECT_EQ(entries::query_pointer(nullptr, 1, &p), FIT_ERR_NULL_TASK);
+  EXPECT_EQ(entries::query_indexed(nullptr, 2, 0, &p), FIT_ERR_NULL_TASK);
+  EXPECT_EQ(arko_df_kernel_iEditVal(nullptr, 14, 2), FIT_ERR_NULL_TASK);
+  EXPECT_EQ(arko_df_kernel_iQueryVal(nullptr, 14, &p), FIT_ERR_NULL_TASK);
+}
+
+// Of every bucket, the last breakpoint below it and the first above it, counted in buckets of the breakpoints.
+TYPED_TEST(task_of, buckets) {
+  using T = TypeParam;
+  std::mt19937 random(1);
+  for (const int n : {2, 3, 17, 256, 272, 5000, 16383, 16384, 40000})
+    for (const bool skewed : {false, true}) {
+      std::vector<T> x(static_cast<std::size_t>(n));
+      for (T& v : x)
+        v = static_cast<T>(std::pow(std::generate_canonical<double, 53>(random), skewed ? 9 : 1));
+      std::sort(x.begin(), x.end());
+      const fit_task<T> task(x, FIT_X_NOHINT);
+      const fit::task& t = record(task);
+      const int64_t m = std::min(std::max(n / 16, 16), 1024);
+      ASSERT_EQ(t.bucket_count, m);
+      const T scale = static_cast<T>(m) / (x.back() - x[0]);
+      EXPECT_EQ(sizeof(T) == 8 ? t.bucket_scale_d : t.bucket_scale_s, scale);
+      for (int64_t k = 0; k <= m; k++) {
+        int low = 0, high = n - 1;
+        for (int j = 1; j < n; j++) {
+          const auto b = static_cast<int64_t>((x[static_cast<std::size_t>(j)] - x[0]) * scale);
+          if (b < std::min(k, m - 1)) low = j;
+          if (b > k && j < high) high = j;
+        }
+        ASSERT_EQ(t.bucket_table[k].low, low) << n << ' ' << k;
+        ASSERT_EQ(t.bucket_table[k].high, high) << n << ' ' << k;
+      }
+    }
+  // Made again when asked for, and when the grid is no longer uniform.
+  const T x[3] = {0, 1, 2};
+  const fit_task<T> task(2, x, FIT_X_UNIFORM);
+  EXPECT_EQ(record(task).bucket_table, nullptr);
+  const int64_t hints[] = {FIT_X_QUASI, FIT_X_IRREGULAR, FIT_X_NOHINT};
+  const T ends[] = {1, 2, 2};
+  for (int i = 0; i < 3; i++) {
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_XHINT, hints[i]), FIT_OK);
+    EXPECT_EQ(sizeof(T) == 8 ? record(task).bucket_scale_d : record(task).bucket_scale_s, 16 / ends[i]);
+    EXPECT_EQ(record(task).bucket_table[16].high, ends[i]);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_NX, 3), FIT_OK);
+  }
+}
+
+TYPED_TEST(task_of, memory) {
+  using T = TypeParam;
+  using entries = fit_entries<T>;
+  const T x[3] = {0, 1, 3}, y[6] = {};
+  T c[100];
+  const auto before = arko_core_live_blocks();
+  for (int k = 1; k <= 3; k++) {  // the record, the values' table, the buckets
+    void* task = nullptr;
+    arko_core_fail_allocation(k);
+    EXPECT_EQ(entries::new_task(&task, 3, x, 0, 2, y, 0, 0), FIT_ERR_MEMORY);
+    EXPECT_EQ(task != nullptr, k > 1);
+    EXPECT_EQ(arko_df_kernel_DeleteTask(&task), k > 1 ? FIT_OK : FIT_ERR_NULL_TASK);
+    EXPECT_EQ(arko_core_live_blocks(), before) << k;
+  }
+  {
+    const fit_task<T> task(3, x, 0, 2, y);
+    ASSERT_EQ(entries::edit_spline(task, 4, 2, 2, nullptr, 0, nullptr, c, 0), FIT_OK);
+    for (const auto& edit : {+[](void*t, T*p) { return entries::edit_pointer(t, FIT_ATTR_Y, p); },
+                             +[](void*t, T*p) { return entries::edit_pointer(t, FIT_ATTR_COEFF, p); },
+                             +[](void*t, T*) { return arko_df_kernel_iEditVal(t, FIT_ATTR_XHINT, 1); }}) {
+      arko_core_fail_allocation(1);
+      EXPECT_EQ(edit(task, c), FIT_ERR_MEMORY);
+      EXPECT_EQ(edit(task, c), FIT_OK);
+    }
+  }
+  EXPECT_EQ(arko_core_live_blocks(), before);
+}
+
+}  // namespace

@@ -1,0 +1,48 @@
+// Data fitting in tests: the entries of a precision by short names, and a task that ends with its scope.
+#pragma once
+#include <arko/fit.h>
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace arko::test {
+
+using std::int32_t;
+using std::int64_t;
+
+template <class T> struct fit_entries;
+#define ARKO_FIT_ENTRIES(p, T)                                              \
+  template <> struct fit_entries<T> {                                       \
+    static constexpr auto new_task = arko_df_kernel_##p##NewTask1D;         \
+    static constexpr auto edit_spline = arko_df_kernel_##p##EditPPSpline1D; \
+    static constexpr auto edit_pointer = arko_df_kernel_##p##EditPtr;       \
+    static constexpr auto edit_indexed = arko_df_kernel_##p##EditIdxPtr;    \
+    static constexpr auto query_pointer = arko_df_kernel_##p##QueryPtr;     \
+    static constexpr auto query_indexed = arko_df_kernel_##p##QueryIdxPtr;  \
+  };
+ARKO_FIT_ENTRIES(d, double)
+ARKO_FIT_ENTRIES(s, float)
+#undef ARKO_FIT_ENTRIES
+
+template <class T> class fit_task {
+ public:
+  using entries = fit_entries<T>;
+
+  fit_task(int64_t nx, const T* x, int64_t xhint, int64_t ny = 0, const T* y = nullptr,
+           int64_t yhint = FIT_Y_NOHINT, int32_t wide = 0)
+      : status_(entries::new_task(&task_, nx, x, xhint, ny, y, yhint, wide)) {}
+  fit_task(std::span<const T> x, int64_t xhint) : fit_task(static_cast<int64_t>(x.size()), x.data(), xhint) {}
+  ~fit_task() { arko_df_kernel_DeleteTask(&task_); }
+  fit_task(const fit_task&) = delete;
+
+  int32_t status() const { return status_; }  // of its creation
+  void* get() const { return task_; }
+  operator void*() const { return task_; }
+
+ private:
+  void* task_ = nullptr;
+  int32_t status_;
+};
+
+}  // namespace arko::test
