@@ -261,12 +261,14 @@ TEST(module, forwarders_are_one_jump) {
 
 // Folders include each other one way only.
 TEST(source, includes_go_one_way) {
-  const std::map<std::string, names> allowed = {{"include", {"arko"}},
-                                                {"core", {"arko/core.h", "core"}},
-                                                {"frame", {"arko", "frame"}},
-                                                {"vector", {"arko", "frame", "vector"}},
-                                                {"rng", {"arko", "core/block.h", "rng"}},
-                                                {"fit", {"arko", "core/block.h", "fit"}}};
+  const std::map<std::string, names> allowed = {
+      {"include", {"arko"}},
+      {"core", {"arko/core.h", "core"}},
+      {"frame", {"arko", "frame"}},
+      {"vector", {"arko", "frame", "vector"}},
+      {"rng", {"arko", "core/block.h", "rng"}},
+      {"stats", {"arko", "core/block.h", "rng", "dist", "stats", "vector/functions.h"}},
+      {"fit", {"arko", "core/block.h", "fit"}}};
   const names rooms = {"arko",  "core", "frame", "vector", "rng",   "dist",
                        "stats", "fit",  "tests", "bench",  "tools", "examples"};
   int seen = 0;

@@ -1,0 +1,310 @@
+/*
+ * arko/stats.h - summary statistics of n observations of p components, all at once or block by block.
+ *
+ * A task is a record of pointers to the caller's arrays: observations, parameters and results. It owns no data. A
+ * new task gets dimension, count and observations, edits store further pointers, and a computing entry reads and
+ * writes through them; between two computations the caller may change whatever they point to:
+ *
+ *   const int32_t p = 3, n = 1000, storage = KOV_SS_OBSERVATIONS, full = KOV_SS_FULL;
+ *   double mean[3], cov[9];
+ *   void* task;
+ *   int32_t status = __kovdSSNewTask(&task, &p, &n, &storage, x, 0, 0, 0);
+ *   if (!status) status = __kovdSSEditCovCor(task, mean, cov, &full, 0, 0);
+ *   if (!status) status = _kovdSSBasic(task, KOV_SS_EST_MEAN | KOV_SS_EST_COV, KOV_SS_FAST, threads);
+ *   __kovSSDeleteTask(&task);
+ *
+ * All entries return a status: KOV_SS_OK or a negative number of the list below. Entries with `d` work on double,
+ * those with `s` on float; the two sorts of task must not be mixed. A task may be used by one thread at a time.
+ * Apart from what entries say of themselves, a computation that fails leaves its results undefined.
+ */
+#ifndef ARKO_STATS_H
+#define ARKO_STATS_H
+
+#include <arko/threads.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Statuses ---------------------------------------------------------------------------- */
+
+/* Most say that the field of their name is needed and null, or has a value that cannot be. */
+#define KOV_SS_OK 0
+#define KOV_SS_ERR_ATTRIBUTE (-3) /* code of an edit that does not exist or is of the other entry */
+#define KOV_SS_ERR_NO_MEMORY (-4000)
+#define KOV_SS_ERR_OBS_DIM (-4001)   /* null, zero or negative */
+#define KOV_SS_ERR_OBS_COUNT (-4002) /* null, zero or negative */
+#define KOV_SS_ERR_STORAGE (-4003)   /* a layout of observations that does not exist */
+#define KOV_SS_ERR_INDICES (-4004)   /* also: stream quantiles of components left out of the first call */
+#define KOV_SS_ERR_WEIGHTS (-4005)
+#define KOV_SS_ERR_MEAN (-4006)
+#define KOV_SS_ERR_RAW2 (-4007)
+#define KOV_SS_ERR_RAW3 (-4008)
+#define KOV_SS_ERR_RAW4 (-4009)
+#define KOV_SS_ERR_CENTRAL2 (-4010)
+#define KOV_SS_ERR_CENTRAL3 (-4011)
+#define KOV_SS_ERR_CENTRAL4 (-4012)
+#define KOV_SS_ERR_KURTOSIS (-4013)
+#define KOV_SS_ERR_SKEWNESS (-4014)
+#define KOV_SS_ERR_MIN (-4015)
+#define KOV_SS_ERR_MAX (-4016)
+#define KOV_SS_ERR_VARIATION (-4017)
+#define KOV_SS_ERR_COV (-4018)
+#define KOV_SS_ERR_COR (-4019)
+#define KOV_SS_ERR_ACCUM_WEIGHT (-4020)
+#define KOV_SS_ERR_QUANT_ORDERS (-4021)
+#define KOV_SS_ERR_QUANT_COUNT (-4022) /* also: an order of a quantile outside 0 to 1 */
+#define KOV_SS_ERR_QUANTS (-4023)
+#define KOV_SS_ERR_ORDER_STATS (-4024)
+#define KOV_SS_ERR_ROBUST_COV (-4027)
+#define KOV_SS_ERR_ROBUST_MEAN (-4028)
+#define KOV_SS_ERR_METHOD (-4029) /* the method is not one for the estimates asked */
+#define KOV_SS_ERR_NULL_TASK (-4031)
+#define KOV_SS_ERR_OBS (-4032)
+#define KOV_SS_ERR_POOLED_COV (-4034)
+#define KOV_SS_ERR_POOLED_MEAN (-4035)
+#define KOV_SS_ERR_GROUP_COV (-4036)
+#define KOV_SS_ERR_GROUP_MEANS (-4037)
+#define KOV_SS_ERR_GROUP_INDICES (-4038)
+#define KOV_SS_ERR_OUTLIER_PARAMS (-4039)
+#define KOV_SS_ERR_OUTLIER_PARAM_COUNT (-4040)
+#define KOV_SS_ERR_OUTLIER_WEIGHTS (-4041)
+#define KOV_SS_ERR_ROBUST_PARAMS (-4042)
+#define KOV_SS_ERR_ROBUST_PARAM_COUNT (-4043)
+#define KOV_SS_ERR_NULL_INTEGER (-4044) /* a storage form is null */
+#define KOV_SS_ERR_PARTIAL_INDICES (-4045)
+#define KOV_SS_ERR_PARTIAL_COV (-4046)
+#define KOV_SS_ERR_PARTIAL_COR (-4047)
+#define KOV_SS_ERR_MV_PARAMS (-4048)
+#define KOV_SS_ERR_MV_PARAM_COUNT (-4049)
+#define KOV_SS_ERR_MV_INIT_COUNT (-4052)
+#define KOV_SS_ERR_MV_INIT (-4053)
+#define KOV_SS_ERR_MV_SIM (-4054)
+#define KOV_SS_ERR_MV_SIM_COUNT (-4055)
+#define KOV_SS_ERR_MV_EST_COUNT (-4056)
+#define KOV_SS_ERR_MV_EST (-4057)
+#define KOV_SS_ERR_MV_PRIOR_COUNT (-4061)
+#define KOV_SS_ERR_MV_PRIOR (-4062)
+#define KOV_SS_ERR_NO_SQ_PARAM_COUNT (-4064) /* null when stream quantiles are computed */
+#define KOV_SS_ERR_SQ_PARAMS (-4065)
+#define KOV_SS_ERR_SQ_PARAM_COUNT (-4066) /* null in an edit, or not 1 */
+#define KOV_SS_ERR_SQ_EPS (-4067)         /* the rank error asked is not above 0 and at most 1 */
+#define KOV_SS_ERR_SQ_ORDERS (-4068)
+#define KOV_SS_ERR_SQ_COUNT (-4069) /* also: an order outside 0 to 1 */
+#define KOV_SS_ERR_SQ_QUANTS (-4070)
+#define KOV_SS_ERR_PARAM_MATRIX (-4071)
+#define KOV_SS_ERR_SUM1 (-4074) /* null when it is computed; an edit says KOV_SS_ERR_MEAN */
+#define KOV_SS_ERR_SUM2 (-4075)
+#define KOV_SS_ERR_SUM3 (-4076)
+#define KOV_SS_ERR_SUM4 (-4077)
+#define KOV_SS_ERR_CSUM2 (-4078)
+#define KOV_SS_ERR_CSUM3 (-4079)
+#define KOV_SS_ERR_CSUM4 (-4080)
+#define KOV_SS_ERR_CP (-4081)
+#define KOV_SS_ERR_MEDIAN_ABS_DEV (-4082)
+#define KOV_SS_ERR_MEAN_ABS_DEV (-4083)
+#define KOV_SS_ERR_SORTED (-4084)
+#define KOV_SS_ERR_SORT_IN_PLACE (-4085) /* a selection of components cannot be sorted in place */
+
+/* ---- Storage forms ----------------------------------------------------------------------- */
+
+/* Of observations: component i of observation j is at i * n + j, or at j * p + i. */
+#define KOV_SS_COMPONENTS 0x10000   /* a row for each component */
+#define KOV_SS_OBSERVATIONS 0x20000 /* a row for each observation */
+
+/* Of symmetric p by p matrices. */
+#define KOV_SS_FULL 0         /* row after row */
+#define KOV_SS_LOWER_PACKED 1 /* (0,0), (1,0), (1,1), (2,0), ... */
+#define KOV_SS_UPPER_PACKED 2 /* (0,0), (0,1), ..., (0,p-1), (1,1), ... */
+
+/* ---- Fields ------------------------------------------------------------------------------ */
+
+/*
+ * Codes for the edit entries. Integers, for __koviSSEditTask, are marked (int): they have 32 bits, or 64 in a task
+ * made wide. The others are for __kovdSSEditTask and __kovsSSEditTask.
+ */
+#define KOV_SS_OBS_DIM 1     /* (int) dimension p */
+#define KOV_SS_OBS_COUNT 2   /* (int) number n of observations in the block */
+#define KOV_SS_OBS 3         /* observations */
+#define KOV_SS_OBS_STORAGE 4 /* (int) their layout */
+#define KOV_SS_INDICES 5     /* (int) p flags, not zero for a component that takes part; null: all do */
+#define KOV_SS_WEIGHTS 6     /* n weights; null: all are 1 */
+#define KOV_SS_MEAN 7        /* p means */
+#define KOV_SS_RAW2 8        /* p raw moments of order 2, and so on */
+#define KOV_SS_RAW3 9
+#define KOV_SS_RAW4 10
+#define KOV_SS_CENTRAL2 11 /* p central moments of order 2 (variances), and so on */
+#define KOV_SS_CENTRAL3 12
+#define KOV_SS_CENTRAL4 13
+#define KOV_SS_KURTOSIS 14            /* p values */
+#define KOV_SS_SKEWNESS 15            /* p values */
+#define KOV_SS_MIN 16                 /* p values, also input */
+#define KOV_SS_MAX 17                 /* p values, also input */
+#define KOV_SS_VARIATION 18           /* p values: standard deviation / mean */
+#define KOV_SS_COV 19                 /* covariance matrix */
+#define KOV_SS_COV_STORAGE 20         /* (int) */
+#define KOV_SS_COR 21                 /* correlation matrix, with the variances on its diagonal */
+#define KOV_SS_COR_STORAGE 22         /* (int) */
+#define KOV_SS_ACCUM_WEIGHT 23        /* pair: sums of weights and of their squares so far; null: none */
+#define KOV_SS_QUANT_COUNT 24         /* (int) number of quantile orders */
+#define KOV_SS_QUANT_ORDERS 25        /* the orders, 0 to 1 */
+#define KOV_SS_QUANTS 26              /* the quantiles */
+#define KOV_SS_ORDER_STATS 27         /* sorted observations */
+#define KOV_SS_GROUP_INDICES 28       /* (int) group of each observation */
+#define KOV_SS_POOLED_COV_STORAGE 29  /* (int) */
+#define KOV_SS_POOLED_MEAN 30         /* pooled mean */
+#define KOV_SS_POOLED_COV 31          /* pooled covariance matrix */
+#define KOV_SS_GROUP_COV_INDICES 32   /* (int) groups whose matrices are wanted */
+#define KOV_SS_GROUP_MEANS 33         /* group means */
+#define KOV_SS_GROUP_COV_STORAGE 34   /* (int) */
+#define KOV_SS_GROUP_COV 35           /* group covariance matrices */
+#define KOV_SS_ROBUST_COV_STORAGE 36  /* (int) */
+#define KOV_SS_ROBUST_PARAM_COUNT 37  /* (int) robust estimates: number of parameters */
+#define KOV_SS_ROBUST_PARAMS 38       /* the parameters */
+#define KOV_SS_ROBUST_MEAN 39         /* robust mean */
+#define KOV_SS_ROBUST_COV 40          /* robust covariance matrix */
+#define KOV_SS_OUTLIER_PARAM_COUNT 41 /* (int) outlier detection: number of parameters */
+#define KOV_SS_OUTLIER_PARAMS 42      /* the parameters */
+#define KOV_SS_OUTLIER_WEIGHTS 43     /* results */
+#define KOV_SS_ORDER_STATS_STORAGE 44 /* (int) layout of the order statistics */
+#define KOV_SS_PARTIAL_INDICES 45     /* (int) role of each component in partial matrices */
+#define KOV_SS_PARTIAL_COV 46         /* partial covariance matrix */
+#define KOV_SS_PARTIAL_COV_STORAGE 47 /* (int) */
+#define KOV_SS_PARTIAL_COR 48         /* partial correlation matrix */
+#define KOV_SS_PARTIAL_COR_STORAGE 49 /* (int) */
+#define KOV_SS_MV_PARAM_COUNT 50      /* (int) missing values: number of parameters */
+#define KOV_SS_MV_PARAMS 51           /* the parameters */
+#define KOV_SS_MV_INIT_COUNT 52       /* (int) number of initial estimates */
+#define KOV_SS_MV_INIT 53             /* the initial estimates */
+#define KOV_SS_MV_SIM_COUNT 54        /* (int) size of the simulated data */
+#define KOV_SS_MV_SIM 55              /* the simulated data */
+#define KOV_SS_MV_EST_COUNT 56        /* (int) size of the estimates */
+#define KOV_SS_MV_EST 57              /* the estimates */
+#define KOV_SS_MV_PRIOR_COUNT 58      /* (int) number of parameters of the prior */
+#define KOV_SS_MV_PRIOR 59            /* the parameters of the prior */
+#define KOV_SS_PARAM_MATRIX 60        /* parametrized correlation matrix */
+#define KOV_SS_PARAM_STORAGE 61       /* (int) */
+#define KOV_SS_SQ_PARAM_COUNT 62      /* (int) stream quantiles: number of parameters, 1 */
+#define KOV_SS_SQ_PARAMS 63           /* the parameter: rank error relative to the stream's length */
+#define KOV_SS_SQ_COUNT 64            /* (int) number of orders */
+#define KOV_SS_SQ_ORDERS 65           /* the orders, 0 to 1 */
+#define KOV_SS_SQ_QUANTS 66           /* the quantiles */
+#define KOV_SS_SUM1 67                /* p raw sums of order 1, and so on */
+#define KOV_SS_SUM2 68
+#define KOV_SS_SUM3 69
+#define KOV_SS_SUM4 70
+#define KOV_SS_CSUM2 71 /* p central sums of order 2, and so on */
+#define KOV_SS_CSUM3 72
+#define KOV_SS_CSUM4 73
+#define KOV_SS_CP 74             /* cross-product matrix: sums of products of deviations from the means */
+#define KOV_SS_CP_STORAGE 75     /* (int) */
+#define KOV_SS_MEDIAN_ABS_DEV 76 /* p median absolute deviations */
+#define KOV_SS_MEAN_ABS_DEV 77   /* p mean absolute deviations */
+#define KOV_SS_SORTED 78         /* sorted observations */
+#define KOV_SS_SORTED_STORAGE 79 /* (int) their layout */
+
+/* ---- Estimates and methods --------------------------------------------------------------- */
+
+/* Masks of what is to be computed, of 64 bits. */
+#define KOV_SS_EST_MEAN UINT64_C(0x1)
+#define KOV_SS_EST_RAW2 UINT64_C(0x2)
+#define KOV_SS_EST_RAW3 UINT64_C(0x4)
+#define KOV_SS_EST_RAW4 UINT64_C(0x8)
+#define KOV_SS_EST_CENTRAL2 UINT64_C(0x10)
+#define KOV_SS_EST_CENTRAL3 UINT64_C(0x20)
+#define KOV_SS_EST_CENTRAL4 UINT64_C(0x40)
+#define KOV_SS_EST_KURTOSIS UINT64_C(0x80)
+#define KOV_SS_EST_SKEWNESS UINT64_C(0x100)
+#define KOV_SS_EST_VARIATION UINT64_C(0x200)
+#define KOV_SS_EST_MIN UINT64_C(0x400)
+#define KOV_SS_EST_MAX UINT64_C(0x800)
+#define KOV_SS_EST_COV UINT64_C(0x1000)
+#define KOV_SS_EST_COR UINT64_C(0x2000)
+#define KOV_SS_EST_QUANTS UINT64_C(0x10000)
+#define KOV_SS_EST_ORDER_STATS UINT64_C(0x20000)
+#define KOV_SS_EST_SUM1 UINT64_C(0x2000000)
+#define KOV_SS_EST_SUM2 UINT64_C(0x4000000)
+#define KOV_SS_EST_SUM3 UINT64_C(0x8000000)
+#define KOV_SS_EST_SUM4 UINT64_C(0x10000000)
+#define KOV_SS_EST_CSUM2 UINT64_C(0x20000000)
+#define KOV_SS_EST_CSUM3 UINT64_C(0x40000000)
+#define KOV_SS_EST_CSUM4 UINT64_C(0x80000000)
+#define KOV_SS_EST_CP UINT64_C(0x100000000)
+#define KOV_SS_EST_MEDIAN_ABS_DEV UINT64_C(0x200000000)
+#define KOV_SS_EST_MEAN_ABS_DEV UINT64_C(0x400000000)
+
+/* Flags of a method; each entry reads its own and ignores the others. */
+#define KOV_SS_FAST UINT64_C(0x1)          /* blocks at a time */
+#define KOV_SS_ONE_PASS UINT64_C(0x2)      /* observation by observation */
+#define KOV_SS_GIVEN_MEAN UINT64_C(0x100)  /* the mean is an input */
+#define KOV_SS_FROM_SUMS UINT64_C(0x200)   /* from sums that were computed before; no observations */
+#define KOV_SS_FROM_SUMS_2 UINT64_C(0x400) /* the same */
+#define KOV_SS_SQ_RESULT UINT64_C(0x40)    /* stream quantiles: take the block in and give the quantiles */
+#define KOV_SS_SQ_TAKE UINT64_C(0x80)      /* stream quantiles: take the block in */
+#define KOV_SS_RADIX UINT64_C(0x100000)    /* sort by digits */
+
+/* ---- Tasks ------------------------------------------------------------------------------- */
+
+/*
+ * A new task; null on failure. `obs_dim` is read now, and where `obs` is given so are the other two integers: they
+ * can be wrong here already. With `wide` not zero all integers behind pointers of this task have 64 bits and
+ * are passed cast. `obs`, `weights` and `indices` may be null.
+ */
+int32_t __kovdSSNewTask(void** task, const int32_t* obs_dim, const int32_t* obs_count,
+                        const int32_t* obs_storage, const double* obs, const double* weights,
+                        const int32_t* indices, int32_t wide);
+int32_t __kovsSSNewTask(void** task, const int32_t* obs_dim, const int32_t* obs_count,
+                        const int32_t* obs_storage, const float* obs, const float* weights,
+                        const int32_t* indices, int32_t wide);
+
+/*
+ * Store one pointer, to reals or to integers. A null value is refused with the status of the field. Values
+ * behind the pointer are looked at by the computing entries.
+ */
+int32_t __kovdSSEditTask(void* task, int64_t attribute, const double* value);
+int32_t __kovsSSEditTask(void* task, int64_t attribute, const float* value);
+int32_t __koviSSEditTask(void* task, int64_t attribute, const void* value);
+
+/* Store the fields of the arguments' names as far as they are not null. */
+#define ARKO_SS_EDITS(p, real)                                                                               \
+  int32_t __kov##p##SSEditMoments(void* task, real* mean, real* raw2, real* raw3, real* raw4,                \
+                                  real* central2, real* central3, real* central4);                           \
+  int32_t __kov##p##SSEditSums(void* task, real* sum1, real* sum2, real* sum3, real* sum4, real* csum2,      \
+                               real* csum3, real* csum4);                                                    \
+  int32_t __kov##p##SSEditCovCor(void* task, real* mean, real* cov, const int32_t* cov_storage, real* cor,   \
+                                 const int32_t* cor_storage);                                                \
+  int32_t __kov##p##SSEditCP(void* task, real* mean, real* sum1, real* cp, const int32_t* cp_storage);       \
+  int32_t __kov##p##SSEditPartialCovCor(                                                                     \
+      void* task, const int32_t* partial_indices, const real* cov, const int32_t* cov_storage,               \
+      const real* cor, const int32_t* cor_storage, real* partial_cov, const int32_t* partial_cov_storage,    \
+      real* partial_cor, const int32_t* partial_cor_storage);                                                \
+  int32_t __kov##p##SSEditQuantiles(void* task, const int32_t* quant_count, const real* quant_orders,        \
+                                    real* quants, real* order_stats, const int32_t* order_stats_storage);    \
+  int32_t __kov##p##SSEditStreamQuantiles(void* task, const int32_t* sq_count, const real* sq_orders,        \
+                                          real* sq_quants, const int32_t* sq_param_count,                    \
+                                          const real* sq_params);                                            \
+  int32_t __kov##p##SSEditPooledCovariance(void* task, const int32_t* group_indices, real* pooled_mean,      \
+                                           real* pooled_cov, const int32_t* group_cov_indices,               \
+                                           real* group_means, real* group_cov);                              \
+  int32_t __kov##p##SSEditMissingVals(                                                                       \
+      void* task, const int32_t* mv_param_count, const real* mv_params, const int32_t* mv_init_count,        \
+      const real* mv_init, const int32_t* mv_prior_count, const real* mv_prior, const int32_t* mv_sim_count, \
+      real* mv_sim, const int32_t* mv_est_count, real* mv_est);                                              \
+  int32_t __kov##p##SSEditRCov(void* task, const int32_t* robust_cov_storage,                                \
+                               const int32_t* robust_param_count, const real* robust_params,                 \
+                               real* robust_mean, real* robust_cov);                                         \
+  int32_t __kov##p##SSEditOutDetect(void* task, const int32_t* outlier_param_count,                          \
+                                    const real* outlier_params, real* outlier_weights);                      \
+  int32_t __kov##p##SSEditMtxParametrz(void* task, const real* cor, const int32_t* cor_storage,              \
+                                       real* param_matrix, const int32_t* param_storage)
+ARKO_SS_EDITS(d, double);
+ARKO_SS_EDITS(s, float);
+
+/* Releases the task and what it keeps between blocks, and stores null. KOV_SS_ERR_NULL_TASK when it is null. */
+int32_t __kovSSDeleteTask(void** task);
+
+#ifdef __cplusplus
+}
+#endif
+#endif
