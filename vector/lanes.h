@@ -204,7 +204,7 @@ ZUR_INLINE vec<float> approx_reciprocal_root(vec<float> x) {
 // Lanes where |x|, by its pattern, lies above `bound`. For double the upper words are compared alone:
 // processors of this tier have no comparison of 64-bit integers.
 template <class T> ZUR_INLINE flags<T> above_abs(vec<T> x, std::int32_t bound) {
-  const words w = as<words>(x) & 0x7FFFFFFF;
+  const words w = as<words>(magnitude<T>(x));
 #if defined(__AVX512DQ__)
   if constexpr (sizeof(T) == 4) return _mm512_cmpgt_epi32_mask((__m512i)w, _mm512_set1_epi32(bound));
 #endif

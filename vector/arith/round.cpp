@@ -26,17 +26,18 @@ template <class T, template <class> class root> struct rounding : arith<T, root,
   static int routine(const T& x, T& r) { return r = x != x ? x + x : x, ZUR_STATUS_OK; }
 };
 
-// ---- Unit stride: the rounding is the environment's. Downward the difference of two equal numbers is -0.
+// ---- Unit stride: the rounding is the environment's. Downward the difference of two equal numbers is -0, and the zero
+// of a positive number needs its sign cleared.
 
-template <class T, template <class> class root, class surroundings>
+template <class T, template <class> class root, class surroundings, bool downward = true>
 struct rounded_both_ways : rounding<T, root> {
   using environment = surroundings;
   static results<T> fast(vec<T> x) {
-    const vec<T> m = with_sign<T>(all(all_whole<T>), x);
-    return {{with_sign<T>(magnitude<T>((x + m) - m), x)}, rounding<T, root>::whole(x)};
+    const vec<T> m = with_sign<T>(all(all_whole<T>), x), r = (x + m) - m;
+    return {{with_sign<T>(downward ? magnitude<T>(r) : r, x)}, rounding<T, root>::whole(x)};
   }
 };
-template <class T> using ceil_unit = rounded_both_ways<T, fn::Ceil, usual_environment<fp::up>>;
+template <class T> using ceil_unit = rounded_both_ways<T, fn::Ceil, usual_environment<fp::up>, false>;
 template <class T> using floor_unit = rounded_both_ways<T, fn::Floor, usual_environment<fp::down>>;
 template <class T> using rint_unit = rounded_both_ways<T, fn::Rint, mask_only_environment>;
 template <class T> using nearby_unit = rounded_both_ways<T, fn::NearbyInt, mask_only_environment>;
@@ -77,7 +78,7 @@ template <class T> struct trunc_twin : rounding<T, fn::Trunc> {
   }
 };
 template <class T, template <class> class root>
-using rounded_to_nearest = rounded_both_ways<T, root, usual_environment<>>;
+using rounded_to_nearest = rounded_both_ways<T, root, usual_environment<>, false>;
 template <class T> using rint_twin = rounded_to_nearest<T, fn::Rint>;
 template <class T> using nearby_twin = rounded_to_nearest<T, fn::NearbyInt>;
 
