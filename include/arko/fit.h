@@ -143,6 +143,11 @@ extern "C" {
 #define FIT_IC_KNOTS 8          /* nx + 1 knots, the first and last of them x[0] and x[nx-1] */
 #define FIT_IC_KNOTS_UNIFORM 12 /* first and last inner knot, the others evenly between */
 
+/* Sites. */
+#define FIT_SITE_NOHINT 0
+#define FIT_SITE_UNIFORM 4 /* the array holds the two ends of evenly spaced sites */
+#define FIT_SITE_SORTED 64 /* ascending; equal ones allowed */
+
 /* ---- Tasks ------------------------------------------------------------------------------- */
 
 /*
@@ -178,6 +183,67 @@ ARKO_DF_TASK_PROTOTYPES(s, float);
 int32_t arko_df_kernel_iEditVal(void* task, int64_t attribute, int64_t value);
 int32_t arko_df_kernel_iQueryVal(void* task, int64_t attribute, void* value);
 int32_t arko_df_kernel_DeleteTask(void** task);
+
+/* ---- Search ------------------------------------------------------------------------------ */
+
+/*
+ * The cell of a site s is 0 where s < x[0]; i, from 1 to nx - 1, where x[i-1] <= s < x[i]; nx - 1 where s == x[nx-1];
+ * nx where s > x[nx-1]. On a uniform grid it is calculated, trunc((s - x[0]) * (nx-1) / (x[1] - x[0])) + 1 in the
+ * precision of the task, so that a site at a breakpoint can be taken for one just beside it. The cell of a NaN is any.
+ */
+
+/*
+ * The caller's own search: of *n sites, the cells. Integers at n and cell have 64 bits on a wide task, else 32. With
+ * the result 1000 the cells are final; with another that is not negative they are guesses, and those whose flag is
+ * still 0 are set right (a site on x[i] stays in a guessed cell i); a negative one ends the search, and is its status.
+ */
+typedef int32_t (*DFSearchCallBack)(void* n, const void* site, void* cell, int32_t* flag, void* params,
+                                    void* spare);
+
+/*
+ * DFSearch1D: the cells of nsite sites, 64-bit integers on a wide task, else 32. `sitehint` is one of FIT_SITE_*.
+ * `datahint` is null or 5 numbers, of which element 1 tells the kind, 0 for nothing known and 1 for a cell that most
+ * sites are near to, which is element 4. `search_cb` is null or the caller's search: it gets 128 sites at a time, and
+ * in a last call the rest, even if that is none, on the caller's thread. `method` is not looked at.
+ *
+ * Methods are chosen by: callback (UniUserDef on a uniform grid, else UserDef); x hint (Uniform, QuasiUniform); site
+ * hint (Sorted); data hint (Peak); else Hybrid, by the task's search table and bisection.
+ *
+ * Block kernels search with one method, on one thread, and write 32-bit cells. Arguments that a method does not need
+ * are ignored:
+ *   constant   Uniform, UniUserDef: (nx-1) / (x[1] - x[0]); QuasiUniform: (nx-1) / (x[nx-1] - x[0]); Peak: the cell;
+ *              Hybrid: the count of buckets / (x[nx-1] - x[0])
+ *   start      Sorted: running index, 0 before the first block of ascending sites
+ *   buckets    Hybrid: a task's search table, or null to search without one
+ *   word       UserDef, UniUserDef: whether integers of the callback have 64 bits
+ *   callback, params, spare, flags    UserDef, UniUserDef: the callback, called for up to 128 sites at a time, its two
+ *              last arguments, and nsite flags for it
+ */
+#define ARKO_DF_SEARCH_PARAMETERS(real)                                                                    \
+  int64_t nx, const real *x, int32_t nsite, const real *site, int64_t word, real constant, int32_t *start, \
+      const int32_t *buckets, DFSearchCallBack callback, void *params, void *spare, int32_t *flags,        \
+      int32_t *cell
+#define ARKO_DF_SEARCH_PROTOTYPES(p, real)                                                                   \
+  int32_t arko_df_kernel_##p##DFSearch1D(                                                                    \
+      void* task, int64_t method, int64_t nsite, const real* site, int64_t sitehint, const double* datahint, \
+      void* cell, DFSearchCallBack search_cb, void* search_params, const struct DFThreadServices* threads);  \
+  int32_t arko_df_kernel_##p##DFUniformSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                            \
+  int32_t arko_df_kernel_##p##DFQuasiUniformSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                       \
+  int32_t arko_df_kernel_##p##DFSortedSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                             \
+  int32_t arko_df_kernel_##p##DFPeakSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                               \
+  int32_t arko_df_kernel_##p##DFHybridSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                             \
+  int32_t arko_df_kernel_##p##DFUserDefSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                            \
+  int32_t arko_df_kernel_##p##DFUniUserDefSearch1D(ARKO_DF_SEARCH_PARAMETERS(real));                         \
+  /* The same under second names. */                                                                         \
+  int32_t arko_df_kernel_##p##DFUniformSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real));                          \
+  int32_t arko_df_kernel_##p##DFQuasiUniformSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real));                     \
+  int32_t arko_df_kernel_##p##DFSortedSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real));                           \
+  int32_t arko_df_kernel_##p##DFPeakSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real));                             \
+  int32_t arko_df_kernel_##p##DFHybridSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real));                           \
+  int32_t arko_df_kernel_##p##DFUserDefSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real));                          \
+  int32_t arko_df_kernel_##p##DFUniUserDefSearch1D32(ARKO_DF_SEARCH_PARAMETERS(real))
+ARKO_DF_SEARCH_PROTOTYPES(d, double);
+ARKO_DF_SEARCH_PROTOTYPES(s, float);
 
 #ifdef __cplusplus
 }

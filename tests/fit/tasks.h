@@ -12,14 +12,24 @@ using std::int32_t;
 using std::int64_t;
 
 template <class T> struct fit_entries;
-#define ARKO_FIT_ENTRIES(p, T)                                              \
-  template <> struct fit_entries<T> {                                       \
-    static constexpr auto new_task = arko_df_kernel_##p##NewTask1D;         \
-    static constexpr auto edit_spline = arko_df_kernel_##p##EditPPSpline1D; \
-    static constexpr auto edit_pointer = arko_df_kernel_##p##EditPtr;       \
-    static constexpr auto edit_indexed = arko_df_kernel_##p##EditIdxPtr;    \
-    static constexpr auto query_pointer = arko_df_kernel_##p##QueryPtr;     \
-    static constexpr auto query_indexed = arko_df_kernel_##p##QueryIdxPtr;  \
+#define ARKO_FIT_ENTRIES(p, T)                                                                  \
+  template <> struct fit_entries<T> {                                                           \
+    static constexpr auto new_task = arko_df_kernel_##p##NewTask1D;                             \
+    static constexpr auto edit_spline = arko_df_kernel_##p##EditPPSpline1D;                     \
+    static constexpr auto edit_pointer = arko_df_kernel_##p##EditPtr;                           \
+    static constexpr auto edit_indexed = arko_df_kernel_##p##EditIdxPtr;                        \
+    static constexpr auto query_pointer = arko_df_kernel_##p##QueryPtr;                         \
+    static constexpr auto query_indexed = arko_df_kernel_##p##QueryIdxPtr;                      \
+    static constexpr auto search = arko_df_kernel_##p##DFSearch1D;                              \
+    static constexpr decltype(&arko_df_kernel_##p##DFUniformSearch1D) kernels[2][7] = {         \
+        {arko_df_kernel_##p##DFUniformSearch1D, arko_df_kernel_##p##DFQuasiUniformSearch1D,     \
+         arko_df_kernel_##p##DFSortedSearch1D, arko_df_kernel_##p##DFPeakSearch1D,              \
+         arko_df_kernel_##p##DFHybridSearch1D, arko_df_kernel_##p##DFUserDefSearch1D,           \
+         arko_df_kernel_##p##DFUniUserDefSearch1D},                                             \
+        {arko_df_kernel_##p##DFUniformSearch1D32, arko_df_kernel_##p##DFQuasiUniformSearch1D32, \
+         arko_df_kernel_##p##DFSortedSearch1D32, arko_df_kernel_##p##DFPeakSearch1D32,          \
+         arko_df_kernel_##p##DFHybridSearch1D32, arko_df_kernel_##p##DFUserDefSearch1D32,       \
+         arko_df_kernel_##p##DFUniUserDefSearch1D32}};                                          \
   };
 ARKO_FIT_ENTRIES(d, double)
 ARKO_FIT_ENTRIES(s, float)
