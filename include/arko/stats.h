@@ -304,6 +304,18 @@ ARKO_SS_EDITS(s, float);
 /* Releases the task and what it keeps between blocks, and stores null. KOV_SS_ERR_NULL_TASK when it is null. */
 int32_t __kovSSDeleteTask(void** task);
 
+/* ---- Computing entries ------------------------------------------------------------------- */
+
+#define ARKO_SS_COMPUTE(name)                                          \
+  int32_t _kovd##name(void* task, uint64_t estimates, uint64_t method, \
+                      const struct DFThreadServices* threads);         \
+  int32_t _kovs##name(void* task, uint64_t estimates, uint64_t method, const struct DFThreadServices* threads)
+
+ARKO_SS_COMPUTE(SSBasic);
+ARKO_SS_COMPUTE(SSMinmax);
+
+#undef ARKO_SS_COMPUTE
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,178 @@
+// Moments, sums and matrices of products: what is to be done, in how many threads, with which memory.
+#include <algorithm>
+#include <cstring>
+
+#include "core/block.h"
+#include "stats/arena.h"
+#include "stats/computation.h"
+#include "stats/threads.h"
+
+using std::int32_t, std::int64_t;
+
+namespace kov {
+namespace {
+
+constexpr slots matrices = {cov, cor, cp};
+constexpr int64_t largest_matrix =
+    1 << 28;  // rows; beyond it p * p * 8 bytes cannot be told in 64 bits, let alone had
+
+template <class T> status read_observations(const SSTask& task, observations<T>& data) {
+  if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
+  if (!task.obs) return KOV_SS_ERR_OBS;
+  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
+  const int64_t layout = task.storage(), p = task.dimension(), n = task.count();
+  if (!(layout & (KOV_SS_COMPONENTS | KOV_SS_OBSERVATIONS))) return KOV_SS_ERR_STORAGE;
+  const bool rows = layout & KOV_SS_COMPONENTS || p == 1;
+  data = {
+      static_cast<const T*>(task.obs), static_cast<const T*>(task.weights), p, n, rows ? n : 1, rows ? 1 : p};
+  return KOV_SS_OK;
+}
+
+// A thread has to be worth its start; and the matrices that threads keep to themselves take no more room than the
+// observations do.
+int32_t useful_threads(const DFThreadServices* services, int64_t p, int64_t n, bool matrix) {
+  constexpr double least_work = 8192;
+  constexpr int64_t least_observations = 16;
+  const double work = static_cast<double>(n) * static_cast<double>(p) * (matrix ? static_cast<double>(p) : 1);
+  int64_t t = thread_count(services);
+  t = std::min(t, n / least_observations);
+  if (work / least_work < static_cast<double>(t)) t = static_cast<int64_t>(work / least_work);
+  if (matrix) t = std::min(t, n / p);
+  return static_cast<int32_t>(std::max<int64_t>(t, 1));
+}
+
+// What is kept from block to block, and what a walk has to find for it.
+template <class T> void choose_orders(computation<T>& c, accumulators<T>& a) {
+  const bool centred = !c.given_mean();
+  for (int k = max_order; k >= 1; k--) {
+    c.has_raw[k] = c.want.needed.any({raw_fields[k].moment_slot, raw_fields[k].sum_slot});
+    if (k >= 2)
+      c.has_central[k] = c.want.needed.any({central_fields[k].moment_slot, central_fields[k].sum_slot}) ||
+                         (centred && k < max_order && c.has_central[k + 1]);
+  }
+  // The given mean is no result.
+  if (!centred) c.has_raw[1] = c.want.needed.has(sum1);
+  a.order = centred || c.matrix ? 1 : 0;
+  for (int k = 1; k <= max_order; k++) {
+    if (c.has_central[k] || (centred && c.has_raw[k])) a.order = k;
+    if (!centred && c.has_raw[k]) a.raw_order = k;
+  }
+}
+
+template <class T>
+void lay_out(accumulators<T>& a, arena& memory, const observations<T>& data, bool matrix, bool own_matrix) {
+  const int64_t p = a.components;
+  a.mean = memory.take<double>(p + 1);  // one more: the one-pass walk takes components in pairs
+  for (int k = 2; k <= a.order; k++) a.central[k] = memory.take<double>(p + 1);
+  for (int k = 1; k <= std::max(a.order, 1); k++) a.sums[k] = memory.take<double>(p);
+  for (int k = 1; k <= a.raw_order; k++) a.raw[k] = memory.take<double>(p);
+  a.origin = memory.take<T>(p);
+  a.vector = memory.take<T>(p);
+  if (!matrix) return;
+  if (own_matrix) a.q = memory.take<T>(p * p);
+  const int64_t room = block_room(data);
+  a.block = memory.take<T>(room);
+  if (data.w) a.scaled = memory.take<T>(room);
+}
+
+template <class T> using walk = void (*)(accumulators<T>&, const observations<T>&);
+
+}  // namespace
+
+template <class T>
+computation<T>::computation(SSTask& t, const request& r)
+    : task(t), want(r), p(t.dimension()), matrix(r.asked.any(matrices)) {}
+
+template <class T> status computation<T>::run(const DFThreadServices* services) {
+  observations<T> data;
+  if (want.method != method::from_sums)
+    if (const status s = read_observations(task, data); s != KOV_SS_OK) return s;
+  if (const status s = check_matrices(); s != KOV_SS_OK) return s;
+  if (matrix && p > largest_matrix) return KOV_SS_ERR_NO_MEMORY;
+  if (want.method == method::from_sums) return from_sums();
+
+  accumulators<T> first = {};
+  first.components = p;
+  choose_orders(*this, first);
+  const int32_t threads = useful_threads(services, p, data.count, matrix);
+  T* const kept = matrix ? host() : nullptr;
+
+  // One block of memory for the accumulators of all threads.
+  accumulators<T>* parts = nullptr;
+  const auto lay_out_all = [&](arena& memory) {
+    parts = memory.take<accumulators<T>>(threads);
+    for (int32_t t = 0; t < threads; t++) {
+      accumulators<T> a = first;
+      lay_out(a, memory, data, matrix, t > 0 || !kept);
+      if (parts) parts[t] = a;
+    }
+  };
+  arena measured;
+  lay_out_all(measured);
+  const arko::block<char> memory(measured.size());
+  const bool keeps_mean = given_mean() && task.mean;
+  arko::block<T> new_mean(keeps_mean && !task.saved_mean ? static_cast<std::size_t>(p) : 0);
+  if (!memory || !new_mean) return KOV_SS_ERR_NO_MEMORY;
+  std::memset(memory.get(), 0, measured.size());
+  arena real(memory.get());
+  lay_out_all(real);
+
+  accumulators<T>& a = parts[0];
+  if (kept) a.q = kept;
+  if (const T* pair = field(&SSTask::accum_weight); pair && pair[0] > 0)
+    old_weight = a.weight = pair[0], old_weight2 = a.weight2 = pair[1];
+  if (old_weight > 0)
+    restore(a);
+  else if (kept)
+    std::fill_n(kept, p * p, T());
+  if (keeps_mean)
+    for (int32_t t = 0; t < threads; t++) std::copy_n(static_cast<const T*>(task.mean), p, parts[t].origin);
+
+  const walk<T> walks[] = {walk_fast<T>, walk_one_pass<T>, walk_given_mean<T>};
+  const walk<T> go = walks[static_cast<int>(want.method)];
+  const int64_t share = data.count / threads;
+  const auto chunk = [&](int32_t t) {
+    const int64_t begin = t * share;
+    go(parts[t], data.range(begin, t + 1 < threads ? share : data.count - begin));
+  };
+  if (threads == 1)
+    chunk(0);
+  else
+    parallel_region(services, threads, chunk);
+  for (int32_t t = 1; t < threads; t++) given_mean() ? merge_given_mean(a, parts[t]) : merge(a, parts[t]);
+
+  finish(a);
+  if (keeps_mean) {
+    if (!task.saved_mean) task.saved_mean = new_mean.release();
+    std::copy_n(static_cast<const T*>(task.mean), p, static_cast<T*>(task.saved_mean));
+  }
+  return KOV_SS_OK;
+}
+
+template struct computation<float>;
+template struct computation<double>;
+
+namespace {
+
+template <class T>
+status basic(void* task, std::uint64_t estimates, std::uint64_t method, const DFThreadServices* services) {
+  if (!task) return KOV_SS_ERR_NULL_TASK;
+  SSTask& t = task_of(task);
+  if (!t.obs_dim || t.dimension() <= 0) return KOV_SS_ERR_OBS_DIM;
+  request r;
+  if (const status s = make_request(t, estimates, method, r); s != KOV_SS_OK) return s;
+  return computation<T>(t, r).run(services);
+}
+
+}  // namespace
+}  // namespace kov
+
+KOV_EXPORT int32_t _kovdSSBasic(void* task, std::uint64_t estimates, std::uint64_t method,
+                                const DFThreadServices* threads) {
+  return kov::basic<double>(task, estimates, method, threads);
+}
+
+KOV_EXPORT int32_t _kovsSSBasic(void* task, std::uint64_t estimates, std::uint64_t method,
+                                const DFThreadServices* threads) {
+  return kov::basic<float>(task, estimates, method, threads);
+}

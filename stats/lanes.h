@@ -1,0 +1,30 @@
+// A register of reals, loaded from and stored to any address.
+#pragma once
+#include <cstring>
+
+namespace [[gnu::visibility("hidden")]] kov {
+
+template <class T> struct register_of { typedef T type __attribute__((vector_size(16))); };
+template <class T> using lanes = typename register_of<T>::type;
+
+template <class V, class T> [[gnu::always_inline]] inline V load(const T* p) {
+  V v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+template <class V, class T> [[gnu::always_inline]] inline void store(T* p, V v) {
+  std::memcpy(p, &v, sizeof v);
+}
+
+// All lanes of a V, a register or a T, the same.
+template <class V, class T> [[gnu::always_inline]] inline V spread(T x) {
+  if constexpr (sizeof(V) == sizeof(T)) {
+    return x;
+  } else {
+    V v;
+    for (unsigned i = 0; i < sizeof(V) / sizeof(T); i++) v[i] = x;
+    return v;
+  }
+}
+
+}  // namespace kov

@@ -1,0 +1,55 @@
+// The accumulators of moments and of a matrix of products, and the three walks over observations that fill them.
+//
+// Fast and one pass keep the mean and the central sums M_k, of w (x - mean)^k. They say as much as raw sums do and lose
+// nothing to a mean that is large beside the deviations; raw moments are made from them at the end. Given mean keeps
+// plain sums: of w (x - m)^k with m the given mean, and of w x^k where raw moments are wanted.
+//
+// All but the matrix is in double in both precisions.
+#pragma once
+#include <algorithm>
+#include <cstdint>
+
+#include "stats/observations.h"
+
+namespace [[gnu::visibility("hidden")]] kov {
+
+inline constexpr int max_order = 4;
+
+template <class T> struct accumulators {
+  std::int64_t components;
+  int order;      // of the central sums kept, 1 for the mean alone; given mean: of the sums about it, from 0
+  int raw_order;  // given mean: of the raw sums, 0 for none
+
+  double weight, weight2;          // sum of weights, sum of their squares
+  double* mean;                    // p numbers, as all that follow
+  double* central[max_order + 1];  // from index 2
+  double* sums[max_order + 1];     // from index 1; about the origin, of one block; given mean: of all
+  double* raw[max_order + 1];      // from index 1; given mean only
+  T* origin;                       // what deviations are taken from; given mean: that
+
+  // The upper triangle, by columns, of the matrix of weighted sums of products of deviations; null: none is wanted.
+  // Beside it a vector and room for a block of deviations and, with weights, for its scaled copy.
+  T *q, *vector, *block, *scaled;
+};
+
+// How many observations of p components make a block that stays in the second cache with its copies.
+std::int64_t block_size(std::int64_t p, std::int64_t bytes_of_real, int copies);
+// The number of copies, and the reals that each needs.
+template <class T> int copies_of(const observations<T>& data, bool matrix) {
+  return !matrix ? 0 : data.w ? 2 : 1;
+}
+template <class T> std::int64_t block_room(const observations<T>& data) {
+  // One pass has its blocks as observations of an even number of components.
+  const std::int64_t p = data.components;
+  return std::min(block_size(p, sizeof(T), copies_of(data, true)), data.count) * (p + p % 2);
+}
+
+template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data);
+template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>& data);
+template <class T> void walk_given_mean(accumulators<T>& a, const observations<T>& data);
+
+// What walks over two disjoint parts of the data have found, put together in `a`.
+template <class T> void merge(accumulators<T>& a, const accumulators<T>& b);
+template <class T> void merge_given_mean(accumulators<T>& a, const accumulators<T>& b);
+
+}  // namespace kov

@@ -1,0 +1,127 @@
+// One pass: every observation changes mean and central sums at once.
+//
+// With weight w, W the weight before and s = W + w, r = w / s and q = W / s, d = x - mean (all before the change):
+//   M4 += d^4 W r (q^2 - q r + r^2) + 6 M2 (d r)^2 - 4 M3 d r
+//   M3 += d^3 W r (q - r) - 3 M2 d r
+//   M2 += d^2 W r
+//   Q  += W r d d'
+//   mean += d r
+// The factors depend on weights only and are made for a block of observations at a time; then a few components go
+// through the block together, their accumulators in registers.
+#include <algorithm>
+#include <cmath>
+
+#include "stats/lanes.h"
+#include "stats/moments.h"
+#include "stats/products.h"
+
+namespace kov {
+namespace {
+
+constexpr int most = 256;  // observations of a block
+
+struct factors {
+  double r[most], g[most], c3[most], c4[most];  // g is W r, c3 and c4 the brackets
+  double root[most];                            // what a deviation is scaled by in the block of the matrix
+};
+
+using V = lanes<double>;
+constexpr int length = 2;
+
+// `width` pairs of components through a block of n observations. With `keep`, deviations times the root go to `kept`,
+// an observation every `kept_step` numbers.
+template <class T, int order, int width, bool keep>
+void pairs(const T* const* x, std::int64_t step, std::int64_t n, const factors& f, double* mean,
+           double* const* central, T* kept, std::int64_t kept_step) {
+  V m1[width], m2[width], m3[width], m4[width];
+  for (int v = 0; v < width; v++) {
+    m1[v] = load<V>(mean + v * length);
+    if (order >= 2) m2[v] = load<V>(central[2] + v * length);
+    if (order >= 3) m3[v] = load<V>(central[3] + v * length);
+    if (order >= 4) m4[v] = load<V>(central[4] + v * length);
+  }
+  for (std::int64_t j = 0; j < n; j++) {
+    const V r = spread<V>(f.r[j]), g = spread<V>(f.g[j]);
+    for (int v = 0; v < width; v++) {
+      const V value = {static_cast<double>(x[2 * v][j * step]), static_cast<double>(x[2 * v + 1][j * step])};
+      const V d = value - m1[v], dr = d * r;
+      if (order >= 2) {
+        const V t = d * d * g;
+        if (order >= 4) m4[v] += t * d * d * f.c4[j] + dr * (6 * (dr * m2[v]) - 4 * m3[v]);
+        if (order >= 3) m3[v] += t * d * f.c3[j] - 3 * (dr * m2[v]);
+        m2[v] += t;
+      }
+      m1[v] += dr;
+      if (keep)
+        for (int l = 0; l < length; l++)
+          kept[j * kept_step + v * length + l] = static_cast<T>(d[l] * f.root[j]);
+    }
+  }
+  for (int v = 0; v < width; v++) {
+    store(mean + v * length, m1[v]);
+    if (order >= 2) store(central[2] + v * length, m2[v]);
+    if (order >= 3) store(central[3] + v * length, m3[v]);
+    if (order >= 4) store(central[4] + v * length, m4[v]);
+  }
+}
+
+// Of an odd number of components the last one goes beside itself: accumulators and the kept block have room for it.
+template <class T, int order, bool keep>
+void through(accumulators<T>& a, const observations<T>& block, const factors& f, std::int64_t kept_step) {
+  std::int64_t i = 0;
+  const auto with = [&]<int width>(std::integral_constant<int, width>) {
+    for (; i + 2 * width <= a.components + 1; i += 2 * width) {
+      const T* x[2 * width];
+      for (int v = 0; v < 2 * width; v++) x[v] = block.component(std::min(i + v, a.components - 1));
+      double* central[max_order + 1];
+      for (int k = 2; k <= order; k++) central[k] = a.central[k] + i;
+      pairs<T, order, width, keep>(x, block.observation_step, block.count, f, a.mean + i, central,
+                                   keep ? a.block + i : nullptr, kept_step);
+    }
+  };
+  if constexpr (order <= 2) with(std::integral_constant<int, 5>());
+  if constexpr (order <= 2) with(std::integral_constant<int, 3>());
+  with(std::integral_constant<int, 2>());
+  with(std::integral_constant<int, 1>());
+}
+
+}  // namespace
+
+template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>& data) {
+  using kernel = void (*)(accumulators<T>&, const observations<T>&, const factors&, std::int64_t);
+  static constexpr kernel kernels[max_order][2] = {{through<T, 1, false>, through<T, 1, true>},
+                                                   {through<T, 2, false>, through<T, 2, true>},
+                                                   {through<T, 3, false>, through<T, 3, true>},
+                                                   {through<T, 4, false>, through<T, 4, true>}};
+  std::int64_t first = 0;
+  if (data.w && a.weight == 0)
+    while (first < data.count && data.w[first] == 0) first++;  // W + w would be 0
+  const std::int64_t size =
+      std::min<std::int64_t>(block_size(a.components, sizeof(T), copies_of(data, a.q)), most);
+  factors f;
+  for (; first < data.count; first += size) {
+    observations<T> block = data.range(first, std::min(size, data.count - first));
+    for (std::int64_t j = 0; j < block.count; j++) {
+      const double w = block.w ? static_cast<double>(block.w[j]) : 1, s = a.weight + w, inverse = 1 / s;
+      const double r = w * inverse, q = a.weight * inverse;
+      f.r[j] = r, f.g[j] = a.weight * r;
+      f.c3[j] = q - r, f.c4[j] = q * q - q * r + r * r;
+      // Products of scaled deviations; with weights, which may be negative, W r stays apart.
+      f.root[j] = a.q && !block.w ? std::sqrt(f.g[j]) : 1;
+      a.weight = s, a.weight2 += w * w;
+    }
+    const std::int64_t pitch = a.components + a.components % 2;
+    kernels[a.order - 1][a.q != nullptr](a, block, f, pitch);
+    if (a.q) {
+      T g[most];
+      for (std::int64_t j = 0; j < block.count; j++) g[j] = static_cast<T>(f.g[j]);
+      add_products(observations<T>{a.block, block.w ? g : nullptr, a.components, block.count, 1, pitch},
+                   a.scaled, a.q);
+    }
+  }
+}
+
+template void walk_one_pass(accumulators<float>&, const observations<float>&);
+template void walk_one_pass(accumulators<double>&, const observations<double>&);
+
+}  // namespace kov
