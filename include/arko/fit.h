@@ -245,6 +245,103 @@ typedef int32_t (*DFSearchCallBack)(void* n, const void* site, void* cell, int32
 ARKO_DF_SEARCH_PROTOTYPES(d, double);
 ARKO_DF_SEARCH_PROTOTYPES(s, float);
 
+/* ---- Interpolation ----------------------------------------------------------------------- */
+
+/*
+ * The caller's evaluation of *n sites: their cells, the sites, and at r room for the results of all functions, in the
+ * order [function][site][derivative]. The last argument is null. A negative result ends the interpolation and is its
+ * status.
+ */
+typedef int32_t (*DFInterpCallBack)(int64_t* n, const int64_t* cell, const void* site, void* r, void* params,
+                                    void* spare);
+
+/* Interpolation, bits of `type`. */
+#define FIT_INTERP_CELLS 2 /* write the cells, too */
+#define FIT_INTERP_GIVEN_CELLS \
+  4 /* this value alone: `cell` holds the cells already, and nothing is searched */
+
+/* Layout of results: result k of function f at site i. */
+#define FIT_R_NOHINT 0
+#define FIT_R_BYFUNC 16         /* r[(f*nsite + i)*nder + k]; so without hint and with 128, too */
+#define FIT_R_BYDERIVATIVE 32   /* r[(f*nder + k)*nsite + i] */
+#define FIT_R_BYSITE 256        /* r[(i*ny + f)*nder + k] */
+#define FIT_R_SITE_FUNCTION 512 /* r[(i*nder + k)*ny + f] */
+
+/*
+ * DFInterpolate1D evaluates the task's spline, of all functions, at nsite sites.
+ *
+ * Sites: with the bit of FIT_SITE_UNIFORM in `sitehint`, `site` holds the first and the last of equally spaced ones. They
+ * are searched as by DFSearch1D, with `sitehint`, `datahint` and `search_cb`, which is called for up to 64 sites at a
+ * time. `cell`, used as `type` tells, has 64-bit integers on a wide task, else 32.
+ *
+ * Results: `dorder` has `ndorder` integers, 64-bit on a wide task, else 32; where entry k is not 0, derivative k is
+ * asked for, 0 being the value. Their sum nder is the count of results of a function at a site; nothing asked for
+ * means the value. Results stand in ascending order of k and are laid out in r as `rhint` tells. Derivatives above the
+ * degree are 0.
+ *
+ * Sites beyond the ends take the first or the last polynomial. le_cb, re_cb and i_cb, where not null, evaluate the
+ * sites below x[0], those above x[nx-1] and those between in place of the spline; with all three no coefficients are
+ * needed, and with FIT_ORDER_TABLE and a type that is no table, all three must be there.
+ *
+ * FIT_ORDER_TABLE: steps and lookup read function values. They have no derivatives (slots of which are 0), and lookup
+ * gives FIT_ERR_SITE, and nothing for the sites that follow, at a site that is no breakpoint (on a uniform grid: not
+ * within 2^-40 of one). It takes no other request than the value (FIT_ERR_NDER, FIT_ERR_DORDER).
+ *
+ * Above 512 sites the work is shared between threads, and then callbacks run on them. Fewer than 32 sites need no memory,
+ * unless a callback has more than 1024 results in one call. Statuses beside those: FIT_ERR_TYPE where order and type
+ * make no interpolant, FIT_ERR_RHINT, FIT_ERR_DATAHINT, FIT_ERR_COEFF and FIT_ERR_Y where there is nothing to
+ * evaluate, FIT_ERR_MEMORY. Results before a failure stay written. `method` is not looked at.
+ */
+#define ARKO_DF_INTERPOLATE_PROTOTYPE(p, real)                                                         \
+  int32_t arko_df_kernel_##p##DFInterpolate1D(                                                         \
+      void* task, int64_t type, int64_t method, int64_t nsite, const real* site, int64_t sitehint,     \
+      int64_t ndorder, const void* dorder, const double* datahint, real* r, int64_t rhint, void* cell, \
+      DFInterpCallBack le_cb, void* le_params, DFInterpCallBack re_cb, void* re_params,                \
+      DFInterpCallBack i_cb, void* i_params, DFSearchCallBack search_cb, void* search_params,          \
+      const struct DFThreadServices* threads)
+ARKO_DF_INTERPOLATE_PROTOTYPE(d, double);
+ARKO_DF_INTERPOLATE_PROTOTYPE(s, float);
+
+/* ---- Integration ------------------------------------------------------------------------- */
+
+/*
+ * The caller's integration over one interval: *n is 1; the cell of the left limit and that limit, the same of the right
+ * limit, and at r room for a result a function. The last argument is null. A negative result ends the integration
+ * and is its status.
+ */
+typedef int32_t (*DFIntegrCallBack)(int64_t* n, const int64_t* lcell, const void* llim, const int64_t* rcell,
+                                    const void* rlim, void* r, void* params, void* spare);
+
+/*
+ * DFIntegrate1D integrates the task's spline, of all functions, from llim[i] to rlim[i] for nlim intervals; where the
+ * right limit is the lower one, that is the negative of the integral between them.
+ *
+ * Limits: with the bit of FIT_SITE_UNIFORM in its hint an array holds the first and the last of equally spaced limits.
+ * Each array is searched as by DFSearch1D, with its hint, its data hint and `search_cb`, whose last argument points to
+ * an int32_t, 0 for left and 1 for right limits. Where both data hints tell peaks, the sum between the peaks is worked
+ * out once for all intervals.
+ *
+ * Results: the one of function f and interval i is r[f*nlim + i] with `rhint` FIT_R_BYFUNC or 128, and r[i*ny + f]
+ * with FIT_R_NOHINT or 32; others give FIT_ERR_INTRHINT.
+ *
+ * The polynomials are integrated exactly, but for rounding, and go on beyond the ends. le_cb, re_cb and i_cb, where not
+ * null, integrate the part of an interval below x[0], the part above x[nx-1] and the part between in place of the
+ * spline, and are called in this order, with the lower limit on the left. The cells are those of the interval's
+ * limits; 0 for both limits below x[0], nx above x[nx-1].
+ *
+ * From several hundred intervals on the work is shared between threads, and then callbacks run on them. Statuses beside
+ * those of DFInterpolate1D: lookup cannot be integrated, FIT_ERR_TYPE. `method` is not looked at.
+ */
+#define ARKO_DF_INTEGRATE_PROTOTYPE(p, real)                                                          \
+  int32_t arko_df_kernel_##p##DFIntegrate1D(                                                          \
+      void* task, int64_t method, int64_t nlim, const real* llim, int64_t llimhint, const real* rlim, \
+      int64_t rlimhint, const double* ldatahint, const double* rdatahint, real* r, int64_t rhint,     \
+      DFIntegrCallBack le_cb, void* le_params, DFIntegrCallBack re_cb, void* re_params,               \
+      DFIntegrCallBack i_cb, void* i_params, DFSearchCallBack search_cb, void* search_params,         \
+      const struct DFThreadServices* threads)
+ARKO_DF_INTEGRATE_PROTOTYPE(d, double);
+ARKO_DF_INTEGRATE_PROTOTYPE(s, float);
+
 #ifdef __cplusplus
 }
 #endif
