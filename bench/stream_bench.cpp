@@ -2,23 +2,22 @@
 //
 //   stream_bench [Google Benchmark's options]
 //
-// Fills of 1024 numbers into one array, as a program would use them; all measurements are repeated in random order
-// and figures are medians of processor time. Ratios are to the words of std::mt19937, and for double fills to the
-// integer fill of the same generator. Serial peers are the recursions as they were published.
+// Ratios are to the words of std::mt19937, and for double fills to the integer fill of the same generator. Serial peers
+// are the recursions as they were published.
 #include <arko/stream.h>
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/medians.h"
+
 namespace {
 
-constexpr int block = 1024;
+using namespace arko::bench;
 
 // ---- Peers
 
@@ -90,16 +89,6 @@ struct published_philox {  // word by word, as in the paper
 
 // ---- Measurements
 
-template <class Word, class F> void blocks(benchmark::State& state, F&& fill) {
-  std::vector<Word> r(block);
-  for (auto _ : state) {
-    fill(r.data());
-    benchmark::DoNotOptimize(r.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(state.iterations() * block);
-}
-
 template <class Word, class Generator> void peer(const char* name) {
   benchmark::RegisterBenchmark(name, [](benchmark::State& state) {
     Generator g;
@@ -109,27 +98,10 @@ template <class Word, class Generator> void peer(const char* name) {
   });
 }
 
-template <class T> void copy(const char* name) {
-  benchmark::RegisterBenchmark(name, [](benchmark::State& state) {
-    const std::vector<T> from(block);
-    blocks<T>(state, [&](T* r) {
-      const T* source = from.data();
-      benchmark::DoNotOptimize(source);
-      std::memcpy(r, source, block * sizeof(T));
-    });
-  });
-}
-
 void family(const std::string& name, std::int32_t code) {
   const auto measure = [=](const char* form, auto&& body) {
     benchmark::RegisterBenchmark((name + '/' + form).c_str(), [=](benchmark::State& state) {
-      void* stream;
-      BrngProperties row;
-      const std::uint32_t seed = 7777777;
-      if (__kovNewStreamEx(&stream, code, 1, &seed) != KOV_STATUS_OK) return state.SkipWithError("no stream");
-      __kovGetBrngProperties(code, &row);
-      body(state, stream, row);
-      __kovDeleteStream(&stream);
+      with_stream(state, code, [&](void* stream, const BrngProperties& row) { body(state, stream, row); });
     });
   };
   measure("integer", [](benchmark::State& state, void* stream, const BrngProperties& row) {
@@ -162,60 +134,17 @@ void skip(const char* name, std::int32_t code, const std::vector<std::uint64_t>&
   });
 }
 
-// Medians by name, then the table.
-class table : public benchmark::BenchmarkReporter {
- public:
-  bool ReportContext(const Context&) override { return true; }
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
-      const double calls = static_cast<double>(run.iterations);
-      const bool fill = run.counters.count("items_per_second") != 0;
-      times_[run.run_name.function_name].push_back(run.cpu_accumulated_time / calls * 1e9 /
-                                                   (fill ? block : 1));
-    }
-  }
-  void Finalize() override {
-    std::map<std::string, double> medians;
-    for (auto& [name, times] : times_) {
-      std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2),
-                       times.end());
-      medians[name] = times[times.size() / 2];
-    }
-    std::printf("%-28s %12s %14s %12s\n", "", "ns", "to mt19937", "to integer");
-    for (const auto& [name, time] : medians) {
-      const auto slash = name.find('/');
-      std::printf("%-28s %12.3f", name.c_str(), time);
-      if (medians.count("std::mt19937")) std::printf(" %14.3f", time / medians["std::mt19937"]);
-      if (const auto integer = medians.find(name.substr(0, slash) + "/integer");
-          slash != name.npos && integer != medians.end())
-        std::printf(" %12.3f", time / integer->second);
-      std::puts("");
-    }
-  }
-
- private:
-  std::map<std::string, std::vector<double>> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<char*> options(argv, argv + argc);
-  char interleave[] = "--benchmark_enable_random_interleaving=true", repeat[] = "--benchmark_repetitions=9",
-       brief[] = "--benchmark_min_time=0.02";
-  options.insert(options.begin() + 1, {interleave, repeat, brief});
-  int count = static_cast<int>(options.size());
-  benchmark::Initialize(&count, options.data());
-
   peer<std::uint32_t, std::mt19937>("std::mt19937");
   peer<std::uint32_t, published_mrg32k3a>("MRG32K3A/published");
   peer<std::uint32_t, published_philox>("PHILOX4X32X10/published");
   peer<std::uint32_t, serial_mcg31m1>("MCG31M1/serial");
   peer<std::uint64_t, serial_mcg59>("MCG59/serial");
   peer<serial_wh::output, serial_wh>("WH/serial");
-  copy<float>("copy of 4 bytes");
-  copy<double>("copy of 8 bytes");
+  benchmark::RegisterBenchmark("copy of 4 bytes", copies<float>);
+  benchmark::RegisterBenchmark("copy of 8 bytes", copies<double>);
   family("MCG31M1", KOV_BRNG_MCG31M1);
   family("MCG59", KOV_BRNG_MCG59);
   family("MRG32K3A", KOV_BRNG_MRG32K3A);
@@ -239,6 +168,15 @@ int main(int argc, char** argv) {
   skip("skip PHILOX4X32X10 by 192 bits", KOV_BRNG_PHILOX4X32X10, {~0ull, ~0ull, ~0ull});
   skip("skip ARS5 by 2^62", KOV_BRNG_ARS5, {std::uint64_t{1} << 62});
 
-  table report;
-  benchmark::RunSpecifiedBenchmarks(&report);
+  const auto times = medians().run(argc, argv);
+  std::printf("%-28s %12s %14s %12s\n", "", "ns", "to mt19937", "to integer");
+  for (const auto& [name, time] : times) {
+    const auto slash = name.find('/');
+    std::printf("%-28s %12.3f", name.c_str(), time);
+    if (times.count("std::mt19937")) std::printf(" %14.3f", time / times.at("std::mt19937"));
+    if (const auto integer = times.find(name.substr(0, slash) + "/integer");
+        slash != name.npos && integer != times.end())
+      std::printf(" %12.3f", time / integer->second);
+    std::puts("");
+  }
 }

@@ -21,7 +21,7 @@
  * negative status of the stream's generator, and results before the block of 1024 that it failed in are there. The
  * parameters of a distribution are not checked: outside the ranges that are told, results are what the arithmetic
  * gives. The calling thread's mode word, error callback and floating-point control words are after a call what they were
- * before.
+ * before; its last element status (arko/state.h) may be that of a kernel which a generator has used.
  */
 #ifndef ARKO_DIST_H
 #define ARKO_DIST_H
