@@ -44,16 +44,21 @@ template <class T> std::int32_t gauss_floor(ZurErrorContext* report) {
 
 }  // namespace
 
-kernel_guard::kernel_guard(ZurErrorCallBack callback) : sse_(_mm_getcsr()), x87_(x87_control()) {
+kernel_guard::kernel_guard(ZurErrorCallBack callback)
+    : thread_(zur::state()),
+      mode_(zur::mode()),
+      callback_(thread_.callback),
+      sse_(_mm_getcsr()),
+      x87_(x87_control()) {
   set_x87_control(x87_ | x87_masks);
   if ((sse_ & _MM_MASK_MASK) != _MM_MASK_MASK) _mm_setcsr(sse_ | _MM_MASK_MASK);
-  mode_ = arko_zur_kernel_SetMode(ZUR_ERRMODE_CALLBACK);
-  callback_ = arko_zur_kernel_SetErrorCallBack(callback);
+  thread_.mode = (mode_ & ~ZUR_ERRMODE_MASK) | ZUR_ERRMODE_CALLBACK;
+  thread_.callback = callback;
 }
 
 kernel_guard::~kernel_guard() {
-  arko_zur_kernel_SetErrorCallBack(callback_);
-  zur::restore_mode(mode_);
+  thread_.mode = mode_;
+  thread_.callback = callback_;
   set_x87_control(x87_);
   if ((sse_ & _MM_MASK_MASK) != _MM_MASK_MASK) _mm_setcsr(sse_);
 }

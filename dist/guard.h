@@ -12,6 +12,7 @@
 namespace [[gnu::visibility("hidden")]] kov {
 
 class kernel_guard {
+  zur::thread_state& thread_;
   std::uint32_t mode_;
   ZurErrorCallBack callback_;
   unsigned sse_;
@@ -25,9 +26,10 @@ class kernel_guard {
   // Runs kernels with denormals as numbers, whatever the thread's mode has. Between kernels the mode stays the thread's,
   // since the fills that run there may be the caller's code.
   template <class Run> void kernels(Run run) const {
-    const std::uint32_t mode = arko_zur_kernel_SetMode(ZUR_KEEP_DENORMALS);
+    const std::uint32_t mode = thread_.mode;
+    thread_.mode = (mode & ~ZUR_DENORMALS_MASK) | ZUR_KEEP_DENORMALS;
     run();
-    zur::restore_mode(mode);
+    thread_.mode = mode;
   }
 };
 
