@@ -1,6 +1,7 @@
 // The functions that have kernels, from the one list: kernel types, tables and names.
 #pragma once
 #include <cstdint>
+#include <tuple>
 
 #include "vector/elements.h"
 #include "vector/forms.h"
@@ -58,6 +59,14 @@ namespace fn {
 #define ZUR_EXPORT_TABLE(F, symbol)
 #endif
 #define TABLE(F) ZUR_EXPORT_TABLE(F, ZUR_TABLE_SYMBOL(F)) constinit decltype(F##_table) F##_table
+
+// The tables of a function and its twin, of kernels at LA, HA and EP.
+template <int slot, class... K> using kernel_at = std::tuple_element_t<slot, std::tuple<K...>>;
+#define TABLES_BY_LEVEL(F, ...)                                                     \
+  TABLE(F) = {kernel<kernel_at<0, __VA_ARGS__>>, kernel<kernel_at<1, __VA_ARGS__>>, \
+              kernel<kernel_at<2, __VA_ARGS__>>};                                   \
+  TABLE(F##I) = {twin<kernel_at<0, __VA_ARGS__>>, twin<kernel_at<1, __VA_ARGS__>>,  \
+                 twin<kernel_at<2, __VA_ARGS__>>};
 
 // The tables of a real root with one kernel for all levels, K<float> and K<double>; the twins have their own.
 #define TABLES_OF_ONE_KERNEL(root, K, twin_K)                                          \

@@ -1,17 +1,15 @@
 // How kernels walk arrays: blocks, tails, special lanes, strided twins. Written once for all of them.
 //
-// A kernel K is a small struct that says what a lane is:
+// A kernel K is a small struct that says what a lane is. It takes over what it does not say from
+// usual_kernel<fn::Exp, T, la>: the function that it serves, its element, its level, the first where it serves several.
 //
-//   using function = fn::Exp<T>;              the function it serves, for names and the twin's way back
-//   using type = T;                           its element
-//   static constexpr level slot = la;         its level, the first where it serves several
 //   static constexpr int block = 16;          elements tested together; never less than one register
-//   static constexpr T filler = T(0.75);      harmless argument for lanes past the end
 //   results<T> fast(vec<T> x) const           the lanes' results, and which of them the routine must serve
 //   int routine(const T& x, T& r) const       one special element; a status
 //
 // and, where they differ from the usual:
 //
+//   static constexpr T filler = T(0.75);      harmless argument for lanes past the end
 //   using environment = usual_environment<>;  see environment.h
 //   static constexpr bool screened = false;   true: elements go out in order as lanes are served, so that a
 //                                             callback sees all before its own in the output array
@@ -47,7 +45,11 @@ template <class T, int outputs = 1> struct results {
 };
 
 // What a kernel takes over unless it says otherwise.
-struct usual_kernel {
+template <template <class> class root, class T, level L = la> struct usual_kernel {
+  using function = root<T>;
+  using type = T;
+  static constexpr level slot = L;
+  static constexpr T filler = T(0.75);
   using environment = usual_environment<>;
   static constexpr bool screened = false;
   static constexpr int inputs = 1, outputs = 1;

@@ -4,12 +4,8 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T> struct abs_base : usual_kernel {
-  using function = fn::Abs<T>;
-  using type = T;
-  static constexpr level slot = la;
+template <class T> struct abs_base : usual_kernel<fn::Abs, T> {
   static constexpr int block = 64 / sizeof(T);
-  static constexpr T filler = T(0.75);
 };
 
 // x times 1.0 with the sign of x: a signalling NaN is quietened and keeps its sign. The caller's rounding and

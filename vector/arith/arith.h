@@ -6,12 +6,9 @@ namespace zur::inline ZUR_WIDTH {
 
 // A kernel of `root` in blocks of so many elements. Its filler is harmless in every one of these functions.
 // Blocks of kernels that never report are what suits the processor.
-template <class T, template <class> class root, int elements, int in = 1> struct arith : usual_kernel {
-  using function = root<T>;
-  using type = T;
-  static constexpr level slot = la;
+template <class T, template <class> class root, int elements, int in = 1>
+struct arith : usual_kernel<root, T> {
   static constexpr int block = elements, inputs = in;
-  static constexpr T filler = T(0.75);
 };
 
 // From here on every number is whole.

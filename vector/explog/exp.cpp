@@ -20,10 +20,7 @@ namespace {
 
 // ---- single
 
-struct single_exp : usual_kernel {
-  using function = fn::Exp<float>;
-  using type = float;
-  static constexpr float filler = 0.75f;
+struct single_exp : usual_kernel<fn::Exp, float> {
   static constexpr std::int32_t bound = 0x42AEAC4F;  // 87.3365402: beyond, results may be special or denormal
   static constexpr float overflow = 88.7228394f;     // the first argument of infinity
 
@@ -158,13 +155,9 @@ struct double_twin_ep : double_ep {
   static vec<double> polynomial(vec<double> r) { return 0.49999908361121337 * r * r + r; }
 };
 
-template <level L, class D> struct double_exp : usual_kernel {
-  using function = fn::Exp<double>;
-  using type = double;
-  static constexpr level slot = L;
+template <level L, class D> struct double_exp : usual_kernel<fn::Exp, double, L> {
   static constexpr int block = 4;
   static constexpr bool screened = true;
-  static constexpr double filler = 0.75;
   static constexpr std::int32_t bound = 0x4086232A;      // upper word of 708.396: beyond, as in single
   static constexpr double overflow = 709.7827128933841;  // the first argument of infinity
 

@@ -14,12 +14,8 @@ namespace {
 // log10(2) / 128 stands in two pieces, of which multiples of the first are exact. Polynomials for 10^r - 1 of
 // tools/fit_exp.cpp, forms 13 and 14.
 
-struct single_exp10 : usual_kernel {
-  using function = fn::Exp10<float>;
-  using type = float;
-  static constexpr level slot = la;
+struct single_exp10 : usual_kernel<fn::Exp10, float> {
   static constexpr int block = 8;
-  static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) {
     constexpr float shift = 0x1.8p23f, rows_log2_10 = 425.206787f;
@@ -41,12 +37,8 @@ struct single_exp10 : usual_kernel {
   }
 };
 
-struct double_exp10 : usual_kernel {
-  using function = fn::Exp10<double>;
-  using type = double;
-  static constexpr level slot = la;
+struct double_exp10 : usual_kernel<fn::Exp10, double> {
   static constexpr int block = 4;
-  static constexpr double filler = 0.75;
 
   // 2^raise 10^x.
   static vec<double> evaluate(vec<double> x, int raise) {
@@ -76,9 +68,7 @@ struct double_exp10 : usual_kernel {
 
 }  // namespace
 
-TABLE(sExp10) = {kernel<single_exp10>, kernel<single_exp10>, kernel<single_exp10>};
-TABLE(dExp10) = {kernel<double_exp10>, kernel<double_exp10>, kernel<double_exp10>};
-TABLE(sExp10I) = {twin<single_exp10>, twin<single_exp10>, twin<single_exp10>};
-TABLE(dExp10I) = {twin<double_exp10>, twin<double_exp10>, twin<double_exp10>};
+TABLES_BY_LEVEL(sExp10, single_exp10, single_exp10, single_exp10)
+TABLES_BY_LEVEL(dExp10, double_exp10, double_exp10, double_exp10)
 
 }  // namespace zur::inline ZUR_WIDTH

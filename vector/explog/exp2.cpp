@@ -12,12 +12,8 @@ namespace {
 
 // Polynomials for 2^f - 1 of tools/fit_exp.cpp, forms 11 and 12.
 
-struct single_exp2 : usual_kernel {
-  using function = fn::Exp2<float>;
-  using type = float;
-  static constexpr level slot = la;
+struct single_exp2 : usual_kernel<fn::Exp2, float> {
   static constexpr int block = 4;
-  static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) {
     constexpr float shift = 0x1.8p17f;
@@ -35,12 +31,8 @@ struct single_exp2 : usual_kernel {
   }
 };
 
-struct double_exp2 : usual_kernel {
-  using function = fn::Exp2<double>;
-  using type = double;
-  static constexpr level slot = la;
+struct double_exp2 : usual_kernel<fn::Exp2, double> {
   static constexpr int block = 4;
-  static constexpr double filler = 0.75;
 
   static vec<double> evaluate(vec<double> x) {
     constexpr double shift = 0x1.8p46;
@@ -67,9 +59,7 @@ struct double_exp2 : usual_kernel {
 
 }  // namespace
 
-TABLE(sExp2) = {kernel<single_exp2>, kernel<single_exp2>, kernel<single_exp2>};
-TABLE(dExp2) = {kernel<double_exp2>, kernel<double_exp2>, kernel<double_exp2>};
-TABLE(sExp2I) = {twin<single_exp2>, twin<single_exp2>, twin<single_exp2>};
-TABLE(dExp2I) = {twin<double_exp2>, twin<double_exp2>, twin<double_exp2>};
+TABLES_BY_LEVEL(sExp2, single_exp2, single_exp2, single_exp2)
+TABLES_BY_LEVEL(dExp2, double_exp2, double_exp2, double_exp2)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -78,12 +78,8 @@ template <class D> ZUR_INLINE vec<typename D::type> plain(vec<typename D::type> 
   return e.q() * e.S - (1 - e.S);
 }
 
-struct single_expm1 : usual_kernel {
-  using function = fn::Expm1<float>;
-  using type = float;
-  static constexpr level slot = la;
+struct single_expm1 : usual_kernel<fn::Expm1, float> {
   static constexpr int block = 8;
-  static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) {
     return {{compensated<single_data>(x)}, above_abs<float>(x, 0x42AD496B)};  // 86.6433945
@@ -97,11 +93,8 @@ struct single_expm1 : usual_kernel {
   }
 };
 
-struct double_expm1 : usual_kernel {
-  using function = fn::Expm1<double>;
-  using type = double;
+struct double_expm1 : usual_kernel<fn::Expm1, double> {
   static constexpr int block = 4;
-  static constexpr double filler = 0.75;
 
   static constexpr std::int32_t bound = 0x40861DA0;  // upper word of 707.7032
 
@@ -144,9 +137,7 @@ struct double_ep : double_expm1 {
 
 }  // namespace
 
-TABLE(sExpm1) = {kernel<single_expm1>, kernel<single_expm1>, kernel<single_expm1>};
-TABLE(dExpm1) = {kernel<double_la>, kernel<double_ha>, kernel<double_ep>};
-TABLE(sExpm1I) = {twin<single_expm1>, twin<single_expm1>, twin<single_expm1>};
-TABLE(dExpm1I) = {twin<double_la>, twin<double_ha>, twin<double_ep>};
+TABLES_BY_LEVEL(sExpm1, single_expm1, single_expm1, single_expm1)
+TABLES_BY_LEVEL(dExpm1, double_la, double_ha, double_ep)
 
 }  // namespace zur::inline ZUR_WIDTH

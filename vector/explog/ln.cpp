@@ -53,12 +53,8 @@ struct single_ep {
   }
 };
 
-template <level L, class M> struct single_ln : usual_kernel {
-  using function = fn::Ln<float>;
-  using type = float;
-  static constexpr level slot = L;
+template <level L, class M> struct single_ln : usual_kernel<fn::Ln, float, L> {
   static constexpr int block = L == ep ? 4 : 32;
-  static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) { return {{M::ln(split_log(x))}, not_positive_normal<float>(x)}; }
 
@@ -85,13 +81,9 @@ struct double_ep {
   }
 };
 
-template <level L, class M> struct double_ln : usual_kernel {
-  using function = fn::Ln<double>;
-  using type = double;
-  static constexpr level slot = L;
+template <level L, class M> struct double_ln : usual_kernel<fn::Ln, double, L> {
   static constexpr int block = 4;
   static constexpr bool screened = true;
-  static constexpr double filler = 0.75;
 
   static results<double> fast(vec<double> x) {
     return {{M::ln(log_rows<M::bits>(x))}, not_positive_normal<double>(x)};
@@ -108,13 +100,7 @@ template <level L, class M> struct double_ln : usual_kernel {
 
 }  // namespace
 
-TABLE(sLn) = {kernel<single_ln<la, single_la>>, kernel<single_ln<ha, single_ha>>,
-              kernel<single_ln<ep, single_ep>>};
-TABLE(dLn) = {kernel<double_ln<la, double_ha>>, kernel<double_ln<la, double_ha>>,
-              kernel<double_ln<ep, double_ep>>};
-TABLE(sLnI) = {twin<single_ln<la, single_la>>, twin<single_ln<ha, single_ha>>,
-               twin<single_ln<ep, single_ep>>};
-TABLE(dLnI) = {twin<double_ln<la, double_ha>>, twin<double_ln<la, double_ha>>,
-               twin<double_ln<ep, double_ep>>};
+TABLES_BY_LEVEL(sLn, single_ln<la, single_la>, single_ln<ha, single_ha>, single_ln<ep, single_ep>)
+TABLES_BY_LEVEL(dLn, double_ln<la, double_ha>, double_ln<la, double_ha>, double_ln<ep, double_ep>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -13,12 +13,7 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct log10_kernel : usual_kernel {
-  using function = fn::Log10<T>;
-  using type = T;
-  static constexpr level slot = L;
-  static constexpr T filler = T(0.75);
-};
+template <class T, level L> struct log10_kernel : usual_kernel<fn::Log10, T, L> {};
 
 // ---- single
 
@@ -102,9 +97,7 @@ template <level L> struct double_log10 : log10_kernel<double, L> {
 
 }  // namespace
 
-TABLE(sLog10) = {kernel<single_log10<la>>, kernel<single_log10<ha>>, kernel<single_log10<ep>>};
-TABLE(dLog10) = {kernel<double_log10<la>>, kernel<double_log10<ha>>, kernel<double_log10<la>>};
-TABLE(sLog10I) = {twin<single_log10<la>>, twin<single_log10<ha>>, twin<single_log10<ep>>};
-TABLE(dLog10I) = {twin<double_log10<la>>, twin<double_log10<ha>>, twin<double_log10<la>>};
+TABLES_BY_LEVEL(sLog10, single_log10<la>, single_log10<ha>, single_log10<ep>)
+TABLES_BY_LEVEL(dLog10, double_log10<la>, double_log10<ha>, double_log10<la>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -29,12 +29,7 @@ template <class T> struct one_plus {
   }
 };
 
-template <class T, level L> struct log1p_kernel : usual_kernel {
-  using function = fn::Log1p<T>;
-  using type = T;
-  static constexpr level slot = L;
-  static constexpr T filler = T(0.75);
-
+template <class T, level L> struct log1p_kernel : usual_kernel<fn::Log1p, T, L> {
   // In the last p + 1 binades 2^-(k + p) is no normal number.
   template <int p = 0> static flags<T> test(const one_plus<T>& x) {
     return not_positive_normal<T, p + 1>(x.u);
@@ -123,9 +118,8 @@ struct double_ha : double_twin_ha {
 
 }  // namespace
 
-TABLE(sLog1p) = {kernel<single_la>, kernel<single_ha>, kernel<single_la>};
+TABLES_BY_LEVEL(sLog1p, single_la, single_ha, single_la)
 TABLE(dLog1p) = {kernel<double_reciprocal<la>>, kernel<double_ha>, kernel<double_reciprocal<ep>>};
-TABLE(sLog1pI) = {twin<single_la>, twin<single_ha>, twin<single_la>};
 TABLE(dLog1pI) = {twin<double_reciprocal<la>>, twin<double_twin_ha>, twin<double_reciprocal<ep>>};
 
 }  // namespace zur::inline ZUR_WIDTH

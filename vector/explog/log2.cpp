@@ -14,12 +14,7 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct log2_kernel : usual_kernel {
-  using function = fn::Log2<T>;
-  using type = T;
-  static constexpr level slot = L;
-  static constexpr T filler = T(0.75);
-};
+template <class T, level L> struct log2_kernel : usual_kernel<fn::Log2, T, L> {};
 
 // ---- single
 
@@ -108,9 +103,7 @@ template <level L> struct double_log2 : log2_kernel<double, L> {
 
 }  // namespace
 
-TABLE(sLog2) = {kernel<single_log2<la>>, kernel<single_log2<ha>>, kernel<single_log2<ep>>};
-TABLE(dLog2) = {kernel<double_log2<la>>, kernel<double_log2<ha>>, kernel<double_log2<ep>>};
-TABLE(sLog2I) = {twin<single_log2<la>>, twin<single_log2<ha>>, twin<single_log2<ep>>};
-TABLE(dLog2I) = {twin<double_log2<la>>, twin<double_log2<ha>>, twin<double_log2<ep>>};
+TABLES_BY_LEVEL(sLog2, single_log2<la>, single_log2<ha>, single_log2<ep>)
+TABLES_BY_LEVEL(dLog2, double_log2<la>, double_log2<ha>, double_log2<ep>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -16,13 +16,9 @@ template <> struct layout<double> {
   static constexpr int least = 0x00100000;  // its upper word
 };
 
-template <class T> struct logb_all : usual_kernel, layout<T> {
-  using function = fn::Logb<T>;
-  using type = T;
+template <class T> struct logb_all : usual_kernel<fn::Logb, T>, layout<T> {
   using lay = layout<T>;
-  static constexpr level slot = la;
   static constexpr int block = 32 / sizeof(T);
-  static constexpr T filler = T(0.75);
 
   // The exponent field with that many subtracted.
   static vec<T> exponent(vec<T> x, int bias) {

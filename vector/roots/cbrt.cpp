@@ -12,13 +12,9 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct cbrt_kernel : usual_kernel {
-  using function = fn::Cbrt<T>;
-  using type = T;
-  static constexpr level slot = L;
+template <class T, level L> struct cbrt_kernel : usual_kernel<fn::Cbrt, T, L> {
   static constexpr int block = 32 / sizeof(T);
   static constexpr bool screened = true;
-  static constexpr T filler = T(0.75);
 
   // v^(1/3).
   static vec<T> root(const third_split<T>& x) {
@@ -61,11 +57,7 @@ template <class T, level L> struct cbrt_kernel : usual_kernel {
 
 }  // namespace
 
-TABLE(sCbrt) = {kernel<cbrt_kernel<float, la>>, kernel<cbrt_kernel<float, ha>>,
-                kernel<cbrt_kernel<float, ep>>};
-TABLE(dCbrt) = {kernel<cbrt_kernel<double, la>>, kernel<cbrt_kernel<double, ha>>,
-                kernel<cbrt_kernel<double, la>>};
-TABLE(sCbrtI) = {twin<cbrt_kernel<float, la>>, twin<cbrt_kernel<float, ha>>, twin<cbrt_kernel<float, ep>>};
-TABLE(dCbrtI) = {twin<cbrt_kernel<double, la>>, twin<cbrt_kernel<double, ha>>, twin<cbrt_kernel<double, la>>};
+TABLES_BY_LEVEL(sCbrt, cbrt_kernel<float, la>, cbrt_kernel<float, ha>, cbrt_kernel<float, ep>)
+TABLES_BY_LEVEL(dCbrt, cbrt_kernel<double, la>, cbrt_kernel<double, ha>, cbrt_kernel<double, la>)
 
 }  // namespace zur::inline ZUR_WIDTH

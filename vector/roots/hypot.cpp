@@ -11,13 +11,9 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct hypot_kernel : usual_kernel {
-  using function = fn::Hypot<T>;
-  using type = T;
-  static constexpr level slot = L;
+template <class T, level L> struct hypot_kernel : usual_kernel<fn::Hypot, T, L> {
   static constexpr int inputs = 2;
   static constexpr bool screened = L == la;
-  static constexpr T filler = T(0.75);
 };
 
 // The routine of all kernels: `hypot` takes finite numbers, not both 0.
@@ -110,9 +106,7 @@ template <level L> struct double_hypot : hypot_kernel<double, L> {
 
 }  // namespace
 
-TABLE(sHypot) = {kernel<single_hypot<la>>, kernel<single_hypot<ha>>, kernel<single_hypot<ep>>};
-TABLE(dHypot) = {kernel<double_hypot<la>>, kernel<double_hypot<ha>>, kernel<double_hypot<ep>>};
-TABLE(sHypotI) = {twin<single_hypot<la>>, twin<single_hypot<ha>>, twin<single_hypot<ep>>};
-TABLE(dHypotI) = {twin<double_hypot<la>>, twin<double_hypot<ha>>, twin<double_hypot<ep>>};
+TABLES_BY_LEVEL(sHypot, single_hypot<la>, single_hypot<ha>, single_hypot<ep>)
+TABLES_BY_LEVEL(dHypot, double_hypot<la>, double_hypot<ha>, double_hypot<ep>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -6,25 +6,17 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T> struct by_division : usual_kernel {
-  using function = fn::Inv<T>;
-  using type = T;
-  static constexpr level slot = la;
+template <class T> struct by_division : usual_kernel<fn::Inv, T> {
   static constexpr int block = sizeof(T) == 4 ? 32 : 8;
-  static constexpr T filler = T(0.75);
 
   static results<T> fast(vec<T> x) { return {{T(1) / x}, where<T>(x == T(0))}; }
   static int routine(const T& x, T& r) { return pole(x, r); }
 };
 
 // From 2^126 on the estimate of 1/x is 0.
-struct estimate : usual_kernel {
-  using function = fn::Inv<float>;
-  using type = float;
-  static constexpr level slot = ep;
+struct estimate : usual_kernel<fn::Inv, float, ep> {
   static constexpr int block = 8;
   static constexpr bool screened = true;
-  static constexpr float filler = 0.75f;
 
   static results<float> fast(vec<float> x) {
     return {{approx_reciprocal(x)}, outside<float>(magnitude<float>(x), least_normal<float>, 0x7E7FFFFF)};
@@ -37,9 +29,7 @@ struct estimate : usual_kernel {
 
 }  // namespace
 
-TABLE(sInv) = {kernel<by_division<float>>, kernel<by_division<float>>, kernel<estimate>};
-TABLE(dInv) = {kernel<by_division<double>>, kernel<by_division<double>>, kernel<by_division<double>>};
-TABLE(sInvI) = {twin<by_division<float>>, twin<by_division<float>>, twin<estimate>};
-TABLE(dInvI) = {twin<by_division<double>>, twin<by_division<double>>, twin<by_division<double>>};
+TABLES_BY_LEVEL(sInv, by_division<float>, by_division<float>, estimate)
+TABLES_BY_LEVEL(dInv, by_division<double>, by_division<double>, by_division<double>)
 
 }  // namespace zur::inline ZUR_WIDTH

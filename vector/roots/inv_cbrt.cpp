@@ -12,13 +12,9 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct inv_cbrt_kernel : usual_kernel {
-  using function = fn::InvCbrt<T>;
-  using type = T;
-  static constexpr level slot = L;
+template <class T, level L> struct inv_cbrt_kernel : usual_kernel<fn::InvCbrt, T, L> {
   static constexpr int block = 32 / sizeof(T);
   static constexpr bool screened = true;
-  static constexpr T filler = T(0.75);
 
   // v^(-1/3).
   static vec<T> root(const third_split<T>& x) {
@@ -62,13 +58,8 @@ template <class T, level L> struct inv_cbrt_kernel : usual_kernel {
 
 }  // namespace
 
-TABLE(sInvCbrt) = {kernel<inv_cbrt_kernel<float, la>>, kernel<inv_cbrt_kernel<float, ha>>,
-                   kernel<inv_cbrt_kernel<float, ep>>};
-TABLE(dInvCbrt) = {kernel<inv_cbrt_kernel<double, la>>, kernel<inv_cbrt_kernel<double, la>>,
-                   kernel<inv_cbrt_kernel<double, la>>};
-TABLE(sInvCbrtI) = {twin<inv_cbrt_kernel<float, la>>, twin<inv_cbrt_kernel<float, ha>>,
-                    twin<inv_cbrt_kernel<float, ep>>};
-TABLE(dInvCbrtI) = {twin<inv_cbrt_kernel<double, la>>, twin<inv_cbrt_kernel<double, la>>,
-                    twin<inv_cbrt_kernel<double, la>>};
+TABLES_BY_LEVEL(sInvCbrt, inv_cbrt_kernel<float, la>, inv_cbrt_kernel<float, ha>, inv_cbrt_kernel<float, ep>)
+TABLES_BY_LEVEL(dInvCbrt, inv_cbrt_kernel<double, la>, inv_cbrt_kernel<double, la>,
+                inv_cbrt_kernel<double, la>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -9,12 +9,7 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct inv_sqrt_kernel : usual_kernel {
-  using function = fn::InvSqrt<T>;
-  using type = T;
-  static constexpr level slot = L;
-  static constexpr T filler = T(0.75);
-};
+template <class T, level L> struct inv_sqrt_kernel : usual_kernel<fn::InvSqrt, T, L> {};
 
 // The routine of all kernels: `reciprocal_root` takes a positive number.
 template <class T, class F> int special_reciprocal_root(T x, T& r, F reciprocal_root) {
@@ -83,9 +78,7 @@ template <level L> struct double_series : inv_sqrt_kernel<double, L> {
 
 }  // namespace
 
-TABLE(sInvSqrt) = {kernel<single_step>, kernel<single_series>, kernel<single_step>};
-TABLE(dInvSqrt) = {kernel<double_series<la>>, kernel<double_series<ha>>, kernel<double_series<la>>};
-TABLE(sInvSqrtI) = {twin<single_step>, twin<single_series>, twin<single_step>};
-TABLE(dInvSqrtI) = {twin<double_series<la>>, twin<double_series<ha>>, twin<double_series<la>>};
+TABLES_BY_LEVEL(sInvSqrt, single_step, single_series, single_step)
+TABLES_BY_LEVEL(dInvSqrt, double_series<la>, double_series<ha>, double_series<la>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -11,12 +11,8 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct pow2o3_kernel : usual_kernel {
-  using function = fn::Pow2o3<T>;
-  using type = T;
-  static constexpr level slot = L;
+template <class T, level L> struct pow2o3_kernel : usual_kernel<fn::Pow2o3, T, L> {
   static constexpr int block = 32 / sizeof(T);
-  static constexpr T filler = T(0.75);
 
   // r P(r).
   static vec<T> series(vec<T> r) {
@@ -53,13 +49,7 @@ template <class T, level L> struct pow2o3_kernel : usual_kernel {
 
 }  // namespace
 
-TABLE(sPow2o3) = {kernel<pow2o3_kernel<float, la>>, kernel<pow2o3_kernel<float, ha>>,
-                  kernel<pow2o3_kernel<float, ep>>};
-TABLE(dPow2o3) = {kernel<pow2o3_kernel<double, la>>, kernel<pow2o3_kernel<double, ha>>,
-                  kernel<pow2o3_kernel<double, ep>>};
-TABLE(sPow2o3I) = {twin<pow2o3_kernel<float, la>>, twin<pow2o3_kernel<float, ha>>,
-                   twin<pow2o3_kernel<float, ep>>};
-TABLE(dPow2o3I) = {twin<pow2o3_kernel<double, la>>, twin<pow2o3_kernel<double, ha>>,
-                   twin<pow2o3_kernel<double, ep>>};
+TABLES_BY_LEVEL(sPow2o3, pow2o3_kernel<float, la>, pow2o3_kernel<float, ha>, pow2o3_kernel<float, ep>)
+TABLES_BY_LEVEL(dPow2o3, pow2o3_kernel<double, la>, pow2o3_kernel<double, ha>, pow2o3_kernel<double, ep>)
 
 }  // namespace zur::inline ZUR_WIDTH

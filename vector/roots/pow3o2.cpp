@@ -11,12 +11,7 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct pow3o2_kernel : usual_kernel {
-  using function = fn::Pow3o2<T>;
-  using type = T;
-  static constexpr level slot = L;
-  static constexpr T filler = T(0.75);
-};
+template <class T, level L> struct pow3o2_kernel : usual_kernel<fn::Pow3o2, T, L> {};
 
 // The routine of all kernels: `power` takes a positive number.
 template <class T, class F> int special_power(T x, T& r, F power) {
@@ -87,9 +82,7 @@ template <level L> struct double_power : pow3o2_kernel<double, L> {
 
 }  // namespace
 
-TABLE(sPow3o2) = {kernel<single_power<la>>, kernel<single_power<ha>>, kernel<single_power<ep>>};
-TABLE(dPow3o2) = {kernel<double_power<la>>, kernel<double_power<ha>>, kernel<double_power<ep>>};
-TABLE(sPow3o2I) = {twin<single_power<la>>, twin<single_power<ha>>, twin<single_power<ep>>};
-TABLE(dPow3o2I) = {twin<double_power<la>>, twin<double_power<ha>>, twin<double_power<ep>>};
+TABLES_BY_LEVEL(sPow3o2, single_power<la>, single_power<ha>, single_power<ep>)
+TABLES_BY_LEVEL(dPow3o2, double_power<la>, double_power<ha>, double_power<ep>)
 
 }  // namespace zur::inline ZUR_WIDTH

@@ -9,12 +9,8 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct sqrt_kernel : usual_kernel {
-  using function = fn::Sqrt<T>;
-  using type = T;
-  static constexpr level slot = L;
+template <class T, level L> struct sqrt_kernel : usual_kernel<fn::Sqrt, T, L> {
   static constexpr bool screened = true;
-  static constexpr T filler = T(0.75);
 };
 
 // The routine of all kernels: `root` gives the root of a positive number.
@@ -80,9 +76,7 @@ template <level L> struct double_sqrt : sqrt_kernel<double, L> {
 
 }  // namespace
 
-TABLE(sSqrt) = {kernel<single_sqrt<la>>, kernel<single_sqrt<ha>>, kernel<single_sqrt<ep>>};
-TABLE(dSqrt) = {kernel<double_sqrt<la>>, kernel<double_sqrt<ha>>, kernel<double_sqrt<ep>>};
-TABLE(sSqrtI) = {twin<single_sqrt<la>>, twin<single_sqrt<ha>>, twin<single_sqrt<ep>>};
-TABLE(dSqrtI) = {twin<double_sqrt<la>>, twin<double_sqrt<ha>>, twin<double_sqrt<ep>>};
+TABLES_BY_LEVEL(sSqrt, single_sqrt<la>, single_sqrt<ha>, single_sqrt<ep>)
+TABLES_BY_LEVEL(dSqrt, double_sqrt<la>, double_sqrt<ha>, double_sqrt<ep>)
 
 }  // namespace zur::inline ZUR_WIDTH
