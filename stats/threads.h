@@ -20,4 +20,17 @@ void parallel_region(const DFThreadServices* services, std::int32_t threads, con
                             });
 }
 
+// Runs body(item, thread) for each item on up to that many threads; without services, on the calling one.
+template <class Body>
+void parallel_for(const DFThreadServices* services, std::int32_t items, std::int32_t threads,
+                  const Body& body) {
+  if (services)
+    services->parallel_for(items, threads, const_cast<Body*>(&body),
+                           [](std::int32_t item, std::int32_t thread, std::int32_t, void* context) {
+                             (*static_cast<const Body*>(context))(item, thread);
+                           });
+  else
+    for (std::int32_t item = 0; item < items; item++) body(item, 0);
+}
+
 }  // namespace kov

@@ -314,7 +314,62 @@ int32_t __kovSSDeleteTask(void** task);
 ARKO_SS_COMPUTE(SSBasic);
 ARKO_SS_COMPUTE(SSMinmax);
 
+/*
+ * What follows works on the order of each component's values. The entries take the task, a mask of estimates, flags of a
+ * method, and the caller's threads, which share out components; null threads: all runs on the calling thread. Results
+ * do not depend on the number of threads. Selected components (`indices`) fill the rows of their results one after
+ * another, without gaps, where it is not said otherwise.
+ *
+ * -0 comes before +0, NaN with their sign bit set come first of all and those without last.
+ *
+ * Needed by all: `obs_dim`, `obs_count`, `obs`, `obs_storage`, with KOV_SS_ERR_OBS_DIM, _OBS_COUNT, _OBS and
+ * _NULL_INTEGER for those that are missing, and KOV_SS_ERR_STORAGE for a layout that does not exist. Work memory
+ * that cannot be had answers KOV_SS_ERR_NO_MEMORY.
+ */
+
+/*
+ * The sorted observations, to `sorted` in the layout `sorted_storage`. Method KOV_SS_RADIX; no estimates. `sorted` may
+ * be `obs`: then the layouts must be one (KOV_SS_ERR_NULL_INTEGER) and all components taken
+ * (KOV_SS_ERR_SORT_IN_PLACE).
+ */
+ARKO_SS_COMPUTE(SSSort);
+
+/*
+ * KOV_SS_EST_QUANTS: quantiles of the `quant_count` orders in `quant_orders`, a row for each component in `quants`. With
+ * t = q (n - 1), j its integer part and x sorted from x[0], the quantile of order q is x[j] (1 - (t - j)) +
+ * x[j + 1] (t - j). KOV_SS_EST_ORDER_STATS: the sorted observations, to `order_stats` in the layout
+ * `order_stats_storage`. Method KOV_SS_FAST. A few quantiles take selections, more a sort.
+ */
+ARKO_SS_COMPUTE(SSQuantiles);
+
+/*
+ * Absolute deviations, to the component's own place. KOV_SS_EST_MEDIAN_ABS_DEV: the median of |x - median x|, method
+ * KOV_SS_FAST; weights are not looked at. KOV_SS_EST_MEAN_ABS_DEV: the mean of |x - mean x|, both with `weights`; method
+ * KOV_SS_FAST, or KOV_SS_GIVEN_MEAN for deviations from the values in `mean`. Where both are asked the status is that
+ * of the mean one, unless a field of the first is missing.
+ */
+ARKO_SS_COMPUTE(SSMAD);
+
+/*
+ * The weighted quantile of one order, `quant_orders`[0], of every component, to `quants`: in the sorted values, where the
+ * sum of the weights reaches the order's part of their whole sum. There two values are averaged, for even n, or the
+ * value is interpolated from the one before. `indices` plays no part, `weights` must be there, nothing is checked.
+ */
+ARKO_SS_COMPUTE(SSWMedian);
+
 #undef ARKO_SS_COMPUTE
+
+/*
+ * Sorting and selection by comparison, in place; NaN make an order that is not defined. QSortStep sorts n elements at
+ * distance `stride`. QSortSelect returns the element that position k, from 0, would have after sorting; nothing before
+ * it is greater then, and nothing behind it is less. The time is of order n log n for any input.
+ */
+#define ARKO_SS_SORTERS(p, real)                                    \
+  void __kov##p##QSort(int32_t n, real* array);                     \
+  void __kov##p##QSortStep(int32_t n, real* array, int32_t stride); \
+  real __kov##p##QSortSelect(int32_t n, real* array, int32_t k)
+ARKO_SS_SORTERS(d, double);
+ARKO_SS_SORTERS(s, float);
 
 #ifdef __cplusplus
 }
