@@ -101,8 +101,10 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   accumulators<T>* parts = nullptr;
   const auto lay_out_all = [&](arena& memory) {
     parts = memory.take<accumulators<T>>(threads);
+    T* const base = memory.take<T>(p);
     for (int32_t t = 0; t < threads; t++) {
       accumulators<T> a = first;
+      a.base = base;
       lay_out(a, memory, data, matrix, t > 0 || !kept);
       if (parts) parts[t] = a;
     }
@@ -121,6 +123,7 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   if (kept) a.q = kept;
   if (const T* pair = field(&SSTask::accum_weight); pair && pair[0] > 0)
     old_weight = a.weight = pair[0], old_weight2 = a.weight2 = pair[1];
+  if (!given_mean()) find_base(data, a.base, a.mean), std::fill_n(a.mean, p, 0);
   if (old_weight > 0)
     restore(a);
   else if (kept)

@@ -54,7 +54,7 @@ template <class T> void computation<T>::finish(accumulators<T>& a) const {
       for (int k = 1; k <= a.raw_order; k++) raw[k] = a.raw[k][i];
       for (int k = 2; k <= a.order; k++) central[k] = a.sums[k][i];
     } else {
-      m = a.mean[i];
+      m = a.base[i] + a.mean[i];
       for (int k = 2; k <= a.order; k++) central[k] = a.central[k][i];
       raw[1] = w * m;
       raw[2] = central[2] + w * m * m;

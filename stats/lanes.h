@@ -1,5 +1,6 @@
 // A register of reals, loaded from and stored to any address.
 #pragma once
+#include <cstdint>
 #include <cstring>
 
 namespace [[gnu::visibility("hidden")]] kov {
@@ -25,6 +26,12 @@ template <class V, class T> [[gnu::always_inline]] inline V spread(T x) {
     for (unsigned i = 0; i < sizeof(V) / sizeof(T); i++) v[i] = x;
     return v;
   }
+}
+
+// Asks for what lies `offset` numbers from p, which may be outside the array.
+template <class T> [[gnu::always_inline]] inline void prefetch(const T* p, std::int64_t offset) {
+  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(p) +
+                                                   static_cast<std::uintptr_t>(offset) * sizeof(T)));
 }
 
 }  // namespace kov

@@ -54,8 +54,8 @@ template <class T> void computation<T>::restore_matrix(accumulators<T>& a) const
   while (!want.asked.has(from->is)) from++;
   const symmetric<T> old = of(*this, *from);
   const double scale = old_weight - old_weight2 / old_weight;
-  if (from->is == cor) {  // variances on the diagonal
-    double* sums = a.sums[1];
+  if (from->is == cor) {    // variances on the diagonal
+    double* sums = a.mean;  // not yet in use
     for_selected([&](int64_t i) { sums[i] = old.get(i, i) * scale; });
     for_selected([&](int64_t j) {
       for (int64_t i = 0; i < j; i++)

@@ -11,17 +11,10 @@ namespace {
 
 template <class T> void clear(T* x, std::int64_t n) { std::fill_n(x, n, T()); }
 
-// A mean of its own observations is where a block's deviations are taken from while less has been seen than the
-// block holds; that of a few of them will do.
-template <class T> void take_origin_from(accumulators<T>& a, const observations<T>& block) {
-  constexpr std::int64_t few = 64;
-  observations<T> some = block.range(0, std::min(block.count, few));
-  some.w = nullptr;
-  clear(a.origin, a.components);
-  clear(a.sums[1], a.components);
-  add_power_sums(some, a.origin, 1, a.sums + 1);
-  for (std::int64_t i = 0; i < a.components; i++)
-    a.origin[i] = static_cast<T>(a.sums[1][i] / static_cast<double>(some.count));
+// From an infinity there are no deviations. About 0 the sums give the mean what it would have in any order.
+template <class T> void make_finite(T* x, std::int64_t n) {
+  for (std::int64_t i = 0; i < n; i++)
+    if (x[i] - x[i] != 0) x[i] = 0;
 }
 
 // Rank-one update of the matrix by the vector whose i-th number is x(i); none where that is zero.
@@ -38,12 +31,12 @@ template <class T, class X> void add_square(accumulators<T>& a, double factor, X
 // From sums of a block's deviations from the origin c to the central sums of all that has been seen.
 //
 // The old sums move from their mean to c, e away, where they add up with the block's; then all move to the new mean,
-// h from c. c is the old mean (e is 0 but for its rounding in single precision), or the mean of some of the block when
-// that weighs more; so nothing moves further than the deviations of the data reach, and nothing is lost.
+// h from c. c is the old mean (e is 0 but for rounding), or the mean of some of the block when that weighs more; so
+// nothing moves further than the deviations of the data reach, and nothing is lost.
 template <class T> void fold(accumulators<T>& a, const weight_sums& block) {
   const double before = a.weight, weight = before + block.w;
   if (weight == 0) return;  // nothing but zero weights yet
-  const auto e_of = [&](std::int64_t i) { return a.mean[i] - static_cast<double>(a.origin[i]); };
+  const auto e_of = [&](std::int64_t i) { return (double(a.base[i]) - double(a.origin[i])) + a.mean[i]; };
   const auto t1_of = [&](std::int64_t i) { return a.sums[1][i] + before * e_of(i); };
   if (a.q) {
     if (before != 0) add_square(a, before, e_of);
@@ -51,7 +44,7 @@ template <class T> void fold(accumulators<T>& a, const weight_sums& block) {
   }
   for (std::int64_t i = 0; i < a.components; i++) {
     const double e = e_of(i), t1 = t1_of(i), h = t1 / weight;
-    a.mean[i] = a.origin[i] + h;
+    a.mean[i] = (double(a.origin[i]) - double(a.base[i])) + h;
     if (a.order == 1) continue;
     const double m2 = a.central[2][i], t2 = a.sums[2][i] + m2 + before * e * e;
     a.central[2][i] = t2 - t1 * h;
@@ -80,16 +73,26 @@ std::int64_t block_size(std::int64_t p, std::int64_t bytes_of_real, int copies) 
   return std::max(bytes / bytes_of_real / p / (1 + copies), least);
 }
 
+template <class T> void find_base(const observations<T>& data, T* base, double* work) {
+  constexpr std::int64_t few = 64;
+  observations<T> some = data.range(0, std::min(data.count, few));
+  some.w = nullptr;
+  clear(base, data.components);
+  clear(work, data.components);
+  add_power_sums(some, base, 1, &work);
+  for (std::int64_t i = 0; i < data.components; i++)
+    base[i] = static_cast<T>(work[i] / static_cast<double>(some.count));
+  make_finite(base, data.components);
+}
+
 template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data) {
   in_blocks(a, data, [&](const observations<T>& block) {
     const weight_sums w = sum_of_weights(block);
     if (a.weight < w.w)
-      take_origin_from(a, block);
+      find_base(block, a.origin, a.sums[1]);
     else
-      for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = static_cast<T>(a.mean[i]);
-    // From an infinity there are no deviations. About 0 the sums give the mean what it would have in any order.
-    for (std::int64_t i = 0; i < a.components; i++)
-      if (a.origin[i] - a.origin[i] != 0) a.origin[i] = 0;
+      for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = static_cast<T>(a.base[i] + a.mean[i]);
+    make_finite(a.origin, a.components);
     for (int k = 1; k <= a.order; k++) clear(a.sums[k], a.components);
     add_power_sums(block, a.origin, a.order, a.sums + 1);
     if (a.q) add_products(deviations(block, a.origin, a.block), a.scaled, a.q);
@@ -146,6 +149,7 @@ template <class T> void merge_given_mean(accumulators<T>& a, const accumulators<
 }
 
 #define WALKS(T)                                                           \
+  template void find_base(const observations<T>&, T*, double*);            \
   template void walk_fast(accumulators<T>&, const observations<T>&);       \
   template void walk_given_mean(accumulators<T>&, const observations<T>&); \
   template void merge(accumulators<T>&, const accumulators<T>&);           \

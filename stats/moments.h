@@ -20,12 +20,14 @@ template <class T> struct accumulators {
   int order;      // of the central sums kept, 1 for the mean alone; given mean: of the sums about it, from 0
   int raw_order;  // given mean: of the raw sums, 0 for none
 
-  double weight, weight2;          // sum of weights, sum of their squares
-  double* mean;                    // p numbers, as all that follow
+  double weight, weight2;  // sum of weights, sum of their squares
+  // A point near the data, and the mean as its distance from there: so it keeps digits that the mean itself has not.
+  T* base;                         // p numbers, as all that follow; the same in all threads
+  double* mean;                    // given mean: not used
   double* central[max_order + 1];  // from index 2
   double* sums[max_order + 1];     // from index 1; about the origin, of one block; given mean: of all
   double* raw[max_order + 1];      // from index 1; given mean only
-  T* origin;                       // what deviations are taken from; given mean: that
+  T* origin;                       // what a block's deviations are taken from; given mean: that
 
   // The upper triangle, by columns, of the matrix of weighted sums of products of deviations; null: none is wanted.
   // Beside it a vector and room for a block of deviations and, with weights, for its scaled copy.
@@ -43,6 +45,9 @@ template <class T> std::int64_t block_room(const observations<T>& data) {
   const std::int64_t p = data.components;
   return std::min(block_size(p, sizeof(T), copies_of(data, true)), data.count) * (p + p % 2);
 }
+
+// A mean of the first observations, for a base.
+template <class T> void find_base(const observations<T>& data, T* base, double* work);
 
 template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data);
 template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>& data);

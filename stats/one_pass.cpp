@@ -6,6 +6,8 @@
 //   M2 += d^2 W r
 //   Q  += W r d d'
 //   mean += d r
+// where x and mean are counted from a base near the data, so that the mean keeps its digits.
+//
 // The factors depend on weights only and are made for a block of observations at a time; then a few components go
 // through the block together, their accumulators in registers.
 #include <algorithm>
@@ -31,20 +33,22 @@ constexpr int length = 2;
 // `width` pairs of components through a block of n observations. With `keep`, deviations times the root go to `kept`,
 // an observation every `kept_step` numbers.
 template <class T, int order, int width, bool keep>
-void pairs(const T* const* x, std::int64_t step, std::int64_t n, const factors& f, double* mean,
-           double* const* central, T* kept, std::int64_t kept_step) {
-  V m1[width], m2[width], m3[width], m4[width];
+void pairs(const T* const* x, std::int64_t step, std::int64_t n, const factors& f, const double* base,
+           double* mean, double* const* central, T* kept, std::int64_t kept_step) {
+  V m1[width], m2[width], m3[width], m4[width], b[width];
   for (int v = 0; v < width; v++) {
     m1[v] = load<V>(mean + v * length);
+    b[v] = load<V>(base + v * length);
     if (order >= 2) m2[v] = load<V>(central[2] + v * length);
     if (order >= 3) m3[v] = load<V>(central[3] + v * length);
     if (order >= 4) m4[v] = load<V>(central[4] + v * length);
   }
   for (std::int64_t j = 0; j < n; j++) {
     const V r = spread<V>(f.r[j]), g = spread<V>(f.g[j]);
+    prefetch(x[0], (j + n) * step);  // the same place in the next block
     for (int v = 0; v < width; v++) {
       const V value = {static_cast<double>(x[2 * v][j * step]), static_cast<double>(x[2 * v + 1][j * step])};
-      const V d = value - m1[v], dr = d * r;
+      const V d = (value - b[v]) - m1[v], dr = d * r;
       if (order >= 2) {
         const V t = d * d * g;
         if (order >= 4) m4[v] += t * d * d * f.c4[j] + dr * (6 * (dr * m2[v]) - 4 * m3[v]);
@@ -72,10 +76,14 @@ void through(accumulators<T>& a, const observations<T>& block, const factors& f,
   const auto with = [&]<int width>(std::integral_constant<int, width>) {
     for (; i + 2 * width <= a.components + 1; i += 2 * width) {
       const T* x[2 * width];
-      for (int v = 0; v < 2 * width; v++) x[v] = block.component(std::min(i + v, a.components - 1));
+      double base[2 * width];
+      for (int v = 0; v < 2 * width; v++) {
+        const int64_t at = std::min(i + v, a.components - 1);
+        x[v] = block.component(at), base[v] = a.base[at];
+      }
       double* central[max_order + 1];
       for (int k = 2; k <= order; k++) central[k] = a.central[k] + i;
-      pairs<T, order, width, keep>(x, block.observation_step, block.count, f, a.mean + i, central,
+      pairs<T, order, width, keep>(x, block.observation_step, block.count, f, base, a.mean + i, central,
                                    keep ? a.block + i : nullptr, kept_step);
     }
   };
@@ -96,8 +104,10 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
   std::int64_t first = 0;
   if (data.w && a.weight == 0)
     while (first < data.count && data.w[first] == 0) first++;  // W + w would be 0
-  const std::int64_t size =
-      std::min<std::int64_t>(block_size(a.components, sizeof(T), copies_of(data, a.q)), most);
+  // A block in the nearest cache; with a matrix, one that is worth a call for its products.
+  const int64_t fitting = a.q ? block_size(a.components, sizeof(T), copies_of(data, true))
+                              : 0x4000 / static_cast<int64_t>(sizeof(T)) / a.components;
+  const int64_t size = std::clamp<int64_t>(fitting, 16, most);
   factors f;
   for (; first < data.count; first += size) {
     observations<T> block = data.range(first, std::min(size, data.count - first));

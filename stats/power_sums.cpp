@@ -53,10 +53,12 @@ void across(const T* x, std::int64_t step_x, const T* w, std::int64_t n, const T
   for (int v = 0; v < strip; v++) c[v] = load<V>(origin + v * length);
   std::int64_t j = 0;
   for (; j + ways <= n; j += ways)
-    for (int u = 0; u < ways; u++)
+    for (int u = 0; u < ways; u++) {
+      prefetch(x, (j + u + n) * step_x);  // the same place in the next tile
       for (int v = 0; v < strip; v++)
         step<order, weighted>(load<V>(x + (j + u) * step_x + v * length) - c[v],
                               weighted ? spread<V>(w[j + u]) : V{}, s[u][v]);
+    }
   for (; j < n; j++)
     for (int v = 0; v < strip; v++)
       step<order, weighted>(load<V>(x + j * step_x + v * length) - c[v], weighted ? spread<V>(w[j]) : V{},
@@ -73,7 +75,7 @@ void across(const T* x, std::int64_t step_x, const T* w, std::int64_t n, const T
 
 template <class T, int order, bool weighted>
 void add(const observations<T>& data, const T* origin, double* const* sums) {
-  constexpr std::int64_t tile_bytes = 0x4000;
+  constexpr std::int64_t tile_bytes = 0x2000;
   if (data.rows()) {
     constexpr std::int64_t tile = tile_bytes / sizeof(T);
     for (std::int64_t j = 0; j < data.count; j += tile)
@@ -89,7 +91,7 @@ void add(const observations<T>& data, const T* origin, double* const* sums) {
   constexpr int length = sizeof(V) / sizeof(T), width = width_of(order);
   const std::int64_t p = data.components, pitch = data.observation_step;
   const std::int64_t tile =
-      std::max<std::int64_t>(tile_bytes / static_cast<std::int64_t>(sizeof(T)) / std::min(p, tile_bytes), 32);
+      std::max<std::int64_t>(tile_bytes / static_cast<std::int64_t>(sizeof(T)) / std::min(p, tile_bytes), 8);
   for (std::int64_t j = 0; j < data.count; j += tile) {
     const std::int64_t n = std::min(tile, data.count - j);
     const T* w = weighted ? data.w + j : nullptr;

@@ -33,16 +33,18 @@ template <class T> void computation<T>::restore(accumulators<T>& a) const {
         for_selected([&](int64_t i) { a.sums[k][i] = central(i, to_sum(k)); });
       }
     } else if (k == 1) {
-      if (has_raw[1]) for_selected([&](int64_t i) { a.mean[i] = raw.sum ? raw.sum[i] / w : raw.moment[i]; });
+      // Where not even the mean is kept, that of 0 does: raw sums of any data with the same raw sum go on alike.
+      for_selected([&](int64_t i) {
+        a.mean[i] = (!has_raw[1] ? 0 : raw.sum ? raw.sum[i] / w : raw.moment[i]) - double(a.base[i]);
+      });
     } else if (k <= a.order) {
       const old_values<T> central(*this, central_fields[k]);
       if (has_central[k] && central) {
         for_selected([&](int64_t i) { a.central[k][i] = central(i, to_sum(k)); });
       } else if (has_raw[k]) {
-        // From the raw sum of the order. Where not even the mean is kept, that of 0 does: raw sums of any data with
-        // the same raw sum go on alike.
+        // From the raw sum of the order.
         for_selected([&](int64_t i) {
-          const double m = a.mean[i], mm = m * m, s = raw(i, w);
+          const double m = a.base[i] + a.mean[i], mm = m * m, s = raw(i, w);
           const double m2 = k > 2 ? a.central[2][i] : 0, m3 = k > 3 ? a.central[3][i] : 0;
           a.central[k][i] = k == 2   ? s - w * mm
                             : k == 3 ? s - 3 * m * m2 - w * mm * m

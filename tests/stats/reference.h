@@ -83,7 +83,8 @@ struct reference {
         real sum = 0;
         for (int j = 0; j < s.n; j++) sum += s.weight(j) * (s.at(j, i) - m[i]) * (s.at(j, k) - m[k]);
         // A mean that is not the sample's: sum of w x x' less W m m'.
-        sum += (values["sum1"][i] - weight * m[i]) * m[k] + m[i] * (values["sum1"][k] - weight * m[k]);
+        if (!given.empty())
+          sum += (values["sum1"][i] - weight * m[i]) * m[k] + m[i] * (values["sum1"][k] - weight * m[k]);
         q[i * p + k] = q[k * p + i] = sum;
       }
     for (int i = 0; i < p; i++)
@@ -138,10 +139,10 @@ template <> struct statistics<float> {
 struct setup {
   uint64_t method = KOV_SS_FAST;
   int32_t layout = KOV_SS_OBSERVATIONS;
-  std::vector<int32_t> indices;  // empty: all
+  std::vector<int32_t> indices = {};  // empty: all
   int blocks = 1;
-  int threads = 1;               // 0: no services at all
-  int32_t forms[3] = {0, 0, 0};  // of cov, cor, cp
+  int threads = 1;        // 0: no services at all
+  int32_t forms[3] = {};  // of cov, cor, cp
   bool accumulate = true;
 };
 
