@@ -22,6 +22,11 @@ template <class T> class block {
   T* get() const { return p_; }
   T* operator->() const { return p_; }
   T& operator[](std::size_t i) const { return p_[i]; }
+  void swap(block& other) {
+    T* p = p_;
+    p_ = other.p_;
+    other.p_ = p;
+  }
   T* release() {
     T* p = p_;
     p_ = nullptr;

@@ -1,15 +1,16 @@
 // Chunks: data attached to a stream, its own or shared through the table of read-only data.
+#include "rng/chunks.h"
+
 #include <arko/core.h>
 
 #include <cstring>
 
-#include "rng/block.h"
-#include "rng/shared_data.h"
 #include "rng/stream.h"
 
 using std::int32_t;
 
-namespace kov { namespace {
+namespace kov {
+namespace {
 
 StreamChunk*& list(void* stream) { return static_cast<BrngStream*>(stream)->ChunkList; }
 const StreamChunk* list(const void* stream) { return static_cast<const BrngStream*>(stream)->ChunkList; }
@@ -42,26 +43,36 @@ status copy_chunk(void* destination, const StreamChunk& chunk) {
   block<char> data(bytes);
   if (!data) return KOV_STATUS_NO_MEMORY;
   std::memcpy(data.get(), chunk.ChunkData, bytes);
-  const status s =
-      __kovAddChunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, data.get(), chunk.ChunkSize);
-  if (s == KOV_STATUS_OK && list(destination)->ChunkData == data.get()) data.release();
-  return s;
+  return add_chunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, data, chunk.ChunkSize, size_by::maker);
+}
+
+// The data become the stream's, or the table's; they stay the caller's where the table has others of this id.
+status add(void* stream, int32_t id, const std::uint64_t* global_id, void* data, int32_t size, size_by by) {
+  block<StreamChunk> chunk;
+  if (!chunk) return KOV_STATUS_NO_MEMORY;
+  *chunk.get() = {id, size, data, list(stream), {}};
+  if (global_id) std::memcpy(chunk->ChunkGlobalId, global_id, sizeof chunk->ChunkGlobalId);
+  if (is_shared(*chunk.get())) share(*chunk.get(), by);
+  list(stream) = chunk.release();
+  return KOV_STATUS_OK;
 }
 
 }  // namespace
+
+status add_chunk(void* stream, int32_t id, const std::uint64_t* global_id, block<char>& data, int32_t size,
+                 size_by by) {
+  const status s = add(stream, id, global_id, data.get(), size, by);
+  if (s == KOV_STATUS_OK && list(stream)->ChunkData == data.get()) data.release();
+  return s;
+}
+
 }  // namespace kov
 
 using namespace kov;
 
 KOV_EXPORT int32_t __kovAddChunk(void* stream, int32_t id, const std::uint64_t* global_id, void* data,
                                  int32_t size) {
-  block<StreamChunk> chunk;
-  if (!chunk) return KOV_STATUS_NO_MEMORY;
-  *chunk.get() = {id, size, data, list(stream), {}};
-  if (global_id) std::memcpy(chunk->ChunkGlobalId, global_id, sizeof chunk->ChunkGlobalId);
-  if (is_shared(*chunk.get())) share(*chunk.get());
-  list(stream) = chunk.release();
-  return KOV_STATUS_OK;
+  return add(stream, id, global_id, data, size, size_by::maker);
 }
 
 KOV_EXPORT void* __kovSearchChunk(const void* stream, int32_t id) {

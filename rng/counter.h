@@ -72,6 +72,8 @@ template <class Mapping> struct counter_based {
     return KOV_STATUS_OK;
   }
 
+  bool sound() const { return index <= std::size(result); }
+
   status skip(std::uint64_t count) {
     if (const status s = Mapping::missing(); s != KOV_STATUS_OK) return s;
     if (count <= index)

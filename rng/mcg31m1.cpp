@@ -39,6 +39,7 @@ struct mcg31m1 {
     a = 1132489760;
     return KOV_STATUS_OK;
   }
+  bool sound() const { return x != 0 && x < m31 && a != 0 && a < m31; }
   status leapfrog(std::int32_t k, std::int32_t streams) {
     skip(static_cast<std::uint64_t>(k));
     a = __koviPowMod2P31M1(a, static_cast<std::uint64_t>(streams));

@@ -20,6 +20,7 @@ struct mcg59 {
     a = 302875106592253;
     return KOV_STATUS_OK;
   }
+  bool sound() const { return x != 0 && x <= mask59 && a <= mask59 && a % 2 == 1; }
   status leapfrog(std::int32_t k, std::int32_t streams) {
     skip(static_cast<std::uint64_t>(k));
     a = __koviPowMod2P59(a, static_cast<std::uint64_t>(streams));

@@ -169,6 +169,12 @@ struct mrg32k3a {
     take(y, 3, cy.m());
     return KOV_STATUS_OK;
   }
+  bool sound() const {
+    const auto within = [](const std::uint32_t* v, std::uint32_t m) {
+      return v[0] < m && v[1] < m && v[2] < m && (v[0] | v[1] | v[2]) != 0;
+    };
+    return within(x, cx.m()) && within(y, cy.m());
+  }
   status skip(std::uint64_t count) {
     __koviVect3PowMod(x, cx.c, cx.m(), count);
     __koviVect3PowMod(y, cy.c, cy.m(), count);

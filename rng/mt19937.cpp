@@ -26,6 +26,7 @@ struct mt19937 {
     index = size;
     return KOV_STATUS_OK;
   }
+  bool sound() const { return index >= 0 && index <= size; }
   template <class Sink> status draw(std::int32_t n, const Sink& sink) {
     std::int32_t done = 0;
     const auto deliver = [&](int from, int count) {

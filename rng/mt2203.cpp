@@ -36,6 +36,8 @@ struct mt2203 {
     a = row[0], b = row[1], c = row[2];
     return KOV_STATUS_OK;
   }
+  // Parameters of a state are honoured, whatever they are: they are its own.
+  bool sound() const { return index >= 0 && index <= size; }
   template <class Sink> status draw(std::int32_t n, const Sink& sink) {
     std::int32_t done = 0;
     const auto deliver = [&](int from, int count) {

@@ -34,6 +34,7 @@ struct r250 {
     }
     return KOV_STATUS_OK;
   }
+  bool sound() const { return i >= 0 && i < size && j == (i + size - near) % size; }
 
   status draw(std::int32_t n, std::uint32_t* r) {
     if (n < size) {

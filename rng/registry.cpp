@@ -7,42 +7,60 @@
 
 using std::int32_t;
 
-namespace kov { namespace {
+// The families in the order of their codes:
+//
+//   name, StateSize, SeedCount, IncludesZero, WordBytes, BitCount
+#define FAMILIES(WRITTEN, PLANNED)         \
+  WRITTEN(MCG31M1, 24, 1, 0, 4, 31)        \
+  WRITTEN(R250, 1024, 252, 1, 4, 32)       \
+  WRITTEN(MRG32K3A, 40, 6, 1, 4, 32)       \
+  WRITTEN(MCG59, 32, 1, 0, 8, 59)          \
+  WRITTEN(WH, 48, 4, 1, 16, 24)            \
+  PLANNED(Sobol, 11712, 2604, 0, 4, 32)    \
+  PLANNED(Niederr, 84288, 10498, 0, 4, 32) \
+  WRITTEN(MT19937, 2520, 625, 1, 4, 32)    \
+  WRITTEN(MT2203, 312, 70, 1, 4, 32)       \
+  PLANNED(iAbstract, 40, 0, 1, 4, 32)      \
+  PLANNED(dAbstract, 56, 0, 1, 4, 32)      \
+  PLANNED(sAbstract, 48, 0, 1, 4, 32)      \
+  WRITTEN(SFMT19937, 2536, 625, 1, 4, 32)  \
+  WRITTEN(TRNG, 24, 1, 0, 4, 32)           \
+  WRITTEN(ARS5, 72, 8, 1, 4, 32)           \
+  WRITTEN(PHILOX4X32X10, 64, 8, 1, 4, 32)
+
+namespace kov {
+
+#define DECLARED(name, ...) bool name##_sound(const void* stream);
+#define NONE(...)
+FAMILIES(DECLARED, NONE)
+
+namespace {
 
 // Generators that have their row but not yet their code: none can be created.
 status planned_init(int32_t, void*, int32_t, const void*) { return KOV_STATUS_BAD_BRNG; }
 template <class T> status planned_fill(void*, int32_t, T*, T, T) { return KOV_STATUS_BAD_BRNG; }
 status planned_words(void*, int32_t, std::uint32_t*) { return KOV_STATUS_BAD_BRNG; }
 
-#define ROW(family, ...)                                                                                   \
-  constexpr BrngProperties family##_row = {__VA_ARGS__, __kovBRng##family##InitStream, __kovsBRng##family, \
-                                           __kovdBRng##family, __koviBRng##family}
-#define PLANNED(family, ...)                                                               \
-  constexpr BrngProperties family##_row = {__VA_ARGS__, planned_init, planned_fill<float>, \
-                                           planned_fill<double>, planned_words}
+struct family {
+  BrngProperties row;
+  bool (*sound)(const void* stream);
+};
 
-//  family, StateSize, SeedCount, IncludesZero, WordBytes, BitCount
-ROW(MCG31M1, 24, 1, 0, 4, 31);
-ROW(R250, 1024, 252, 1, 4, 32);
-ROW(MRG32K3A, 40, 6, 1, 4, 32);
-ROW(MCG59, 32, 1, 0, 8, 59);
-ROW(WH, 48, 4, 1, 16, 24);
-PLANNED(Sobol, 11712, 2604, 0, 4, 32);
-PLANNED(Niederr, 84288, 10498, 0, 4, 32);
-ROW(MT19937, 2520, 625, 1, 4, 32);
-ROW(MT2203, 312, 70, 1, 4, 32);
-PLANNED(iAbstract, 40, 0, 1, 4, 32);
-PLANNED(dAbstract, 56, 0, 1, 4, 32);
-PLANNED(sAbstract, 48, 0, 1, 4, 32);
-ROW(SFMT19937, 2536, 625, 1, 4, 32);
-ROW(TRNG, 24, 1, 0, 4, 32);
-ROW(ARS5, 72, 8, 1, 4, 32);
-ROW(PHILOX4X32X10, 64, 8, 1, 4, 32);
+#define WRITTEN(name, ...)                                                                              \
+  constexpr family name##_family = {                                                                    \
+      {__VA_ARGS__, __kovBRng##name##InitStream, __kovsBRng##name, __kovdBRng##name, __koviBRng##name}, \
+      name##_sound};
+#define PLANNED(name, ...)                                                                   \
+  constexpr family name##_family = {                                                         \
+      {__VA_ARGS__, planned_init, planned_fill<float>, planned_fill<double>, planned_words}, \
+      [](const void*) { return false; }};
+FAMILIES(WRITTEN, PLANNED)
+
+#define LISTED(name, ...) &name##_family,
+constexpr const family* families[] = {FAMILIES(LISTED, LISTED)};
 
 constexpr int table_rows = std::size(__RegBrngsNew);
-constexpr int first_free_row = 16;
-
-int32_t rows_in_use = first_free_row;
+int32_t rows_in_use = std::size(families);
 
 struct member_counts {
   int32_t of_row[table_rows];
@@ -59,6 +77,19 @@ constinit member_counts members = [] {
 constexpr int32_t first_wh_code = 4, last_wh_code = 276;
 
 }  // namespace
+
+const BrngProperties* row_of_code(int32_t code) {
+  int32_t row, member;
+  const BrngProperties* table = __kovGetBrngBaseOffset(code, &row, &member);
+  return __kovIsBrngValid(table, row, member) == KOV_STATUS_OK ? table + row : nullptr;
+}
+
+bool sound(const BrngProperties& row, const void* stream) {
+  for (const family* f : families)
+    if (f->row.InitStream == row.InitStream) return f->sound(stream);
+  return true;
+}
+
 }  // namespace kov
 
 using namespace kov;
@@ -68,16 +99,17 @@ using namespace kov;
 #define FOUR(x) x, x, x, x
 #define SIXTEEN(x) FOUR(x), FOUR(x), FOUR(x), FOUR(x)
 #define SIXTY_FOUR(x) SIXTEEN(x), SIXTEEN(x), SIXTEEN(x), SIXTEEN(x)
+#define ROW(name, ...) name##_family.row,
 
 extern "C" {
 [[gnu::visibility("default")]] constinit BrngProperties __RegBrngs[table_rows] = {
-    MCG31M1_row,        R250_row,           MRG32K3A_row,       MCG59_row,       SIXTY_FOUR(WH_row),
-    SIXTY_FOUR(WH_row), SIXTY_FOUR(WH_row), SIXTY_FOUR(WH_row), SIXTEEN(WH_row), WH_row,
-    Sobol_row,          Niederr_row};
-[[gnu::visibility("default")]] constinit BrngProperties __RegBrngsNew[table_rows] = {
-    MCG31M1_row,   R250_row,    MRG32K3A_row, MCG59_row,        WH_row,        Sobol_row,
-    Niederr_row,   MT19937_row, MT2203_row,   iAbstract_row,    dAbstract_row, sAbstract_row,
-    SFMT19937_row, TRNG_row,    ARS5_row,     PHILOX4X32X10_row};
+    MCG31M1_family.row,        R250_family.row,
+    MRG32K3A_family.row,       MCG59_family.row,
+    SIXTY_FOUR(WH_family.row), SIXTY_FOUR(WH_family.row),
+    SIXTY_FOUR(WH_family.row), SIXTY_FOUR(WH_family.row),
+    SIXTEEN(WH_family.row),    WH_family.row,
+    Sobol_family.row,          Niederr_family.row};
+[[gnu::visibility("default")]] constinit BrngProperties __RegBrngsNew[table_rows] = {FAMILIES(ROW, ROW)};
 }
 
 KOV_EXPORT BrngProperties* __kovGetBrngBaseOffset(int32_t code, int32_t* row, int32_t* member) {

@@ -57,6 +57,10 @@ struct sfmt19937 {
 
   status seed(std::int32_t count, const std::uint32_t* key);
   void ensure_period();
+  bool sound() const {
+    return index >= 0 && index <= size && index % 4 == 0 && left_position >= 0 && left_position <= left_end &&
+           left_end <= static_cast<std::int32_t>(std::size(left));
+  }
 
   // The last `count` words before index become the words left over.
   void leave(int count) {

@@ -15,7 +15,10 @@ constexpr int capacity = 128;
 constexpr int shared_by_chunks = capacity - 1;  // the last place is left to explicit creation
 
 GlobRODataTableEntry table[capacity];
+std::int32_t sizes[capacity];  // of the entries' data
 int used = 0;
+
+constexpr std::int32_t unknown = -1;
 std::int32_t lock_word = 0;
 
 struct locked {
@@ -35,8 +38,9 @@ GlobRODataTableEntry* find(const std::uint64_t* id) {
     if (table[i].GlobalId[0] == id[0] && table[i].GlobalId[1] == id[1]) return table + i;
   return nullptr;
 }
-GlobRODataTableEntry* append(const std::uint64_t* id, void* data) {
+GlobRODataTableEntry* append(const std::uint64_t* id, void* data, std::int32_t size) {
   table[used] = {{id[0], id[1]}, 1, data};
+  sizes[used] = size;
   return table + used++;
 }
 
@@ -44,13 +48,16 @@ bool names_nothing(const std::uint64_t* id) { return !id || (id[0] == 0 && id[1]
 
 }  // namespace
 
-void share(StreamChunk& chunk) {
+void share(StreamChunk& chunk, size_by by) {
   const locked hold;
   if (GlobRODataTableEntry* entry = find(chunk.ChunkGlobalId)) {
+    std::int32_t& size = sizes[entry - table];
+    if (size == unknown && by == size_by::maker) size = chunk.ChunkSize;
     entry->RefCount++;
     chunk.ChunkData = entry->EntryData;
+    chunk.ChunkSize = size == unknown ? 0 : size;
   } else if (used < shared_by_chunks) {
-    append(chunk.ChunkGlobalId, chunk.ChunkData);
+    append(chunk.ChunkGlobalId, chunk.ChunkData, chunk.ChunkSize);
   } else {
     chunk.ChunkGlobalId[0] = chunk.ChunkGlobalId[1] = 0;
   }
@@ -74,7 +81,7 @@ KOV_EXPORT int32_t __kovCreateGlobRODataTableEntry(GlobRODataTableEntry** entry,
                                                    void* data) {
   const locked hold;
   if (used == capacity) return KOV_STATUS_RO_TABLE_FULL;
-  *entry = append(id, data);
+  *entry = append(id, data, unknown);
   return KOV_STATUS_OK;
 }
 
@@ -102,6 +109,7 @@ KOV_EXPORT int32_t __kovUnregisterGlobRODataReference(const std::uint64_t* id) {
       if (--table[i].RefCount > 0) continue;
       ended[count++] = table[i].EntryData;
       table[i] = table[--used];
+      sizes[i] = sizes[used];
     }
   }
   while (count > 0) arko_serv_deallocate(ended[--count]);

@@ -6,9 +6,13 @@ namespace [[gnu::visibility("hidden")]] kov {
 
 inline bool is_shared(const StreamChunk& chunk) { return chunk.ChunkGlobalId[0] || chunk.ChunkGlobalId[1]; }
 
-// Takes a reference to the data of the chunk's id for it: those of the table, which replace the chunk's, or the
-// chunk's own, which become the table's. Where the table has no room the id becomes zero. All of it is one step to
-// other threads.
-void share(StreamChunk& chunk);
+// Who says how large a chunk's data are: whoever has made them, or an image.
+enum class size_by { maker, image };
+
+// Takes a reference to the data of the chunk's id for it: those of the table, which replace the chunk's with their size,
+// or the chunk's own, which become the table's. Where the table has no room the id becomes zero. All of it is one step
+// to other threads. Of data that were put into the table without a chunk the size is not known: it becomes that of
+// the first maker's chunk, and an image's chunk until then has size 0.
+void share(StreamChunk& chunk, size_by by);
 
 }  // namespace kov

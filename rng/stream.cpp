@@ -9,23 +9,10 @@ using std::int32_t;
 
 namespace kov { namespace {
 
-constexpr std::size_t head_bytes = sizeof(BrngStream);
-static_assert(head_bytes == 16);
+static_assert(sizeof(BrngStream) == 16);
 
 BrngStream* head(void* stream) { return static_cast<BrngStream*>(stream); }
 const BrngStream* head(const void* stream) { return static_cast<const BrngStream*>(stream); }
-
-// The row of a code, or null.
-const BrngProperties* row_of(int32_t code) {
-  int32_t row, member;
-  const BrngProperties* table = __kovGetBrngBaseOffset(code, &row, &member);
-  return __kovIsBrngValid(table, row, member) == KOV_STATUS_OK ? table + row : nullptr;
-}
-
-// A record smaller than a head would not be one, whatever a registered row says.
-std::size_t record_bytes(const BrngProperties& row) {
-  return std::max(static_cast<std::size_t>(row.StateSize), head_bytes);
-}
 
 status ask(void* stream, int32_t method, int32_t count, const void* params) {
   int32_t row, member;
@@ -64,7 +51,7 @@ KOV_EXPORT int32_t __kovNewStreamEx(void** stream, int32_t code, int32_t nseed, 
 
 KOV_EXPORT int32_t __kovCopyStream(void** newstream, const void* source) {
   *newstream = nullptr;
-  const BrngProperties* row = row_of(head(source)->Brng);
+  const BrngProperties* row = row_of_code(head(source)->Brng);
   if (!row) return KOV_STATUS_BAD_BRNG;
   *newstream = arko_serv_allocate(record_bytes(*row), 128);
   if (!*newstream) return KOV_STATUS_NO_MEMORY;
@@ -75,12 +62,11 @@ KOV_EXPORT int32_t __kovCopyStream(void** newstream, const void* source) {
 
 KOV_EXPORT int32_t __kovCopyStreamState(void* destination, const void* source) {
   if (destination == source) return KOV_STATUS_OK;
-  const BrngProperties* row = row_of(head(source)->Brng);
+  const BrngProperties* row = row_of_code(head(source)->Brng);
   if (!row) return KOV_STATUS_BAD_BRNG;
-  const std::size_t state = record_bytes(*row) - head_bytes;
   const std::size_t moved =
       static_cast<std::size_t>(row->WordBytes) * static_cast<std::size_t>(row->SeedCount);
-  std::memcpy(head(destination) + 1, head(source) + 1, std::min(moved, state));
+  std::memcpy(head(destination) + 1, head(source) + 1, std::min(moved, state_bytes(*row)));
   __kovDeleteChunks(destination);
   return __kovCopyChunks(destination, source);
 }

@@ -9,7 +9,12 @@
 //   reals(n, r, a, b)   only where real numbers are not those of `unit`, which is not asked for then
 //   seed(count, words)  and as far as the family has them leapfrog(k, streams), skip(count), skip_wide(words)
 //
-// all of which return a status. KOV_FAMILY makes the exported entries from it. Inside the module these are called
+// all of which return a status, and
+//
+//   sound()             whether the generator can be in this state, as far as its fills and skips rely on it. Asked of
+//                       loaded states, which may hold any bits, before the stream is handed out; chunks are there.
+//
+// KOV_FAMILY makes the exported entries from it, and name_sound for the registry. Inside the module these are called
 // directly: the module is linked so that its own functions come first.
 #pragma once
 #include <arko/stream.h>
@@ -39,6 +44,19 @@ inline std::int32_t member_of(const BrngStream& stream) {
   __kovGetBrngBaseOffset(stream.Brng, &row, &member);
   return member;
 }
+
+// The row of a code, or null.
+const BrngProperties* row_of_code(std::int32_t code);
+
+// Bytes of a stream's record, and of the state behind the head. A record smaller than a head would not be one,
+// whatever a registered row says.
+inline std::size_t record_bytes(const BrngProperties& row) {
+  return std::max(static_cast<std::size_t>(row.StateSize), sizeof(BrngStream));
+}
+inline std::size_t state_bytes(const BrngProperties& row) { return record_bytes(row) - sizeof(BrngStream); }
+
+// Whether the generator of the row can be in the stream's state. A registered one is taken to bear any.
+bool sound(const BrngProperties& row, const void* stream);
 
 template <class F> status init(std::int32_t method, void* stream, std::int32_t count, const void* params) {
   F& f = *static_cast<F*>(stream);
@@ -100,6 +118,9 @@ status fill_reals(void* stream, std::int32_t n, T* r, T a, T b) {
 }
 
 #define KOV_FAMILY(family, F)                                                                               \
+  namespace kov {                                                                                           \
+  bool family##_sound(const void* stream) { return static_cast<const F*>(stream)->sound(); }                \
+  }                                                                                                         \
   KOV_EXPORT std::int32_t __kovBRng##family##InitStream(std::int32_t method, void* stream,                  \
                                                         std::int32_t count, const void* params) {           \
     return kov::init<F>(method, stream, count, params);                                                     \

@@ -60,6 +60,11 @@ struct wh {
     }
     return KOV_STATUS_OK;
   }
+  bool sound() const {
+    for (int c = 0; c < 4; c++)
+      if (x[c] == 0 || x[c] >= row().m[c] || a[c] == 0 || a[c] >= row().m[c]) return false;
+    return true;
+  }
   status leapfrog(std::int32_t k, std::int32_t streams) {
     skip(static_cast<std::uint64_t>(k));
     for (int c = 0; c < 4; c++) a[c] = __koviPowMod(a[c], static_cast<std::uint64_t>(streams), row().m[c]);

@@ -43,10 +43,16 @@ extern "C" {
 #define KOV_STATUS_QRNG_EXHAUSTED (-1012)     /* a quasi-random sequence would pass its last index */
 #define KOV_STATUS_BAD_STREAM_COUNT (-1013)   /* leapfrog among a negative number of streams */
 #define KOV_STATUS_BITS_NOT_SUPPORTED (-1014) /* the generator's words do not have all bits random */
+#define KOV_STATUS_CLOSE_FAILED (-1100)       /* saved streams: the file could not be closed */
+#define KOV_STATUS_OPEN_FAILED (-1101)        /* the file could not be opened */
+#define KOV_STATUS_WRITE_FAILED (-1102)       /* the image could not be written, or is too large */
+#define KOV_STATUS_READ_FAILED (-1103)        /* the file ends too early; chunks in an unknown form */
+#define KOV_STATUS_BAD_FILE (-1110)           /* the file holds no stream that this module can take */
 #define KOV_STATUS_NO_RDRAND (-1130)          /* the processor lacks the instruction */
 #define KOV_STATUS_RDRAND_FAILED (-1131)      /* the instruction gave no number in all its retries */
 #define KOV_STATUS_NO_AES (-1140)             /* the processor lacks the instructions */
 #define KOV_STATUS_BAD_PROBABILITIES (-1150)  /* multinomial probabilities out of range */
+#define KOV_STATUS_BAD_IMAGE (-1200)          /* the memory holds no stream that this module can take */
 #define KOV_STATUS_RO_NOT_FOUND (-3000)       /* shared data: the id is null, zero or not in the table */
 #define KOV_STATUS_RO_TABLE_FULL (-3001)      /* shared data: all 128 entries are in use */
 
@@ -173,8 +179,8 @@ int32_t __kovSkipAheadStreamEx(void* stream, int32_t nwords, const uint64_t* wor
 
 /*
  * Chunks. Data given to __kovAddChunk must come from arko_serv_allocate; from then on they belong to the stream,
- * unless the shared table holds data under the same global id: those are attached in their place and the given
- * block stays the caller's. An id that the table has no room for becomes zero. Newest chunks are found first.
+ * unless the shared table holds data under the same global id: those are attached in their place, with their size, and
+ * the given block stays the caller's. An id that the table has no room for becomes zero. Newest chunks are found first.
  */
 int32_t __kovAddChunk(void* stream, int32_t id, const uint64_t* global_id, void* data, int32_t size);
 /* The data of the first chunk with this number, or null. */
@@ -197,7 +203,10 @@ struct GlobRODataTableEntry {
  * when others are removed, so a pointer to one holds only while no other thread may remove any.
  */
 int32_t __kovFindGlobRODataTableEntry(struct GlobRODataTableEntry** entry, const uint64_t* global_id);
-/* Adds an entry with one reference. `data` must come from arko_serv_allocate. */
+/*
+ * Adds an entry with one reference. `data` must come from arko_serv_allocate; their size is what the first chunk tells
+ * that __kovAddChunk attaches to them, and 0 to a loaded stream that comes before.
+ */
 int32_t __kovCreateGlobRODataTableEntry(struct GlobRODataTableEntry** entry, const uint64_t* global_id,
                                         void* data);
 /* Adds a reference and stores the entry's data into the chunk. */
@@ -206,6 +215,48 @@ int32_t __kovRegisterGlobRODataReference(struct StreamChunk* chunk, const uint64
 int32_t __kovUnregisterGlobRODataReference(const uint64_t* global_id);
 /* An id that the table does not hold, from the processor's time-stamp counter and the value. Returns 0. */
 int32_t __kovGenerateNewGlobalRODataTableEntryId(uint64_t* global_id, int64_t value);
+
+/* ---- Saved streams ----------------------------------------------------------------------- */
+
+/*
+ * A stream as an image in a file or in memory, the same bytes in both, from which another one is loaded that goes on where
+ * the saved one stood. An image is not bound to a process; numbers have their least significant byte first:
+ *
+ *   header   byte 0 the version, 2; bytes 4 to 6 "RNG"; 16 bits at 8 the size of the header, 24; 32 bits at 12 the bytes
+ *            of the state; 16 bits at 16 the number of chunks; 32 bits at 20 the generator's code; the others are 0
+ *   state    the record from behind its head on, StateSize - 16 bytes
+ *   chunks   from the head of the list on: 32 bits ChunkId, 16 bytes ChunkGlobalId, 32 bits ChunkSize, the data
+ *
+ * Images of earlier versions are read too. Their header has 20 bytes, with the bytes of the state in 16 bits at 10, the
+ * number of chunks in 16 bits at 12 and the code at 16; "RNG" may stand at 0. Chunks of version 0 have no ChunkGlobalId;
+ * those of a version other than 0 and 1 cannot be read.
+ *
+ * Saving and loading change nothing in the stream that is saved, which must not be used meanwhile. A stream with more
+ * than 65535 chunks cannot be saved (KOV_STATUS_WRITE_FAILED), nor one of a generator that is not registered
+ * (KOV_STATUS_BAD_BRNG); a chunk without data is saved with ChunkSize 0.
+ */
+
+/* Bytes of the stream's image; a negative status, as saving would give it, where it has none or one above 2^31 - 1. */
+int32_t __kovGetStreamSize(void* stream);
+/*
+ * Write an image: to a file, whose name has name_length bytes, or ends with a NUL where that is negative; to memory that has
+ * room for __kovGetStreamSize bytes. On any failure but KOV_STATUS_NO_MEMORY, KOV_STATUS_BAD_BRNG and
+ * KOV_STATUS_OPEN_FAILED a part of the file may have been written.
+ */
+int32_t __kovSaveStreamF(void* stream, const char* name, int32_t name_length);
+int32_t __kovSaveStreamM(void* stream, char* memory);
+/*
+ * Make a stream of an image. Without success *stream is null. Chunks come in reverse order, as in a copy; those whose global
+ * id is in the shared table share the data that are there.
+ *
+ * A file may hold anything: what is no image of a generator that this module has, or a state that the generator cannot be
+ * in, gives KOV_STATUS_BAD_FILE, and what ends too early KOV_STATUS_READ_FAILED. An image in memory is checked in the same
+ * way (KOV_STATUS_BAD_IMAGE), but must be as long as its header and chunks tell. Generators added by
+ * __kovRegisterBrng check their states themselves; what chunks hold is checked by whoever uses it. TRNG and ARS5 need
+ * their processor: KOV_STATUS_NO_RDRAND, KOV_STATUS_NO_AES.
+ */
+int32_t __kovLoadStreamF(void** stream, const char* name, int32_t name_length);
+int32_t __kovLoadStreamM(void** stream, const char* memory);
 
 /* ---- Helpers ----------------------------------------------------------------------------- */
 

@@ -70,6 +70,18 @@ bool __wrap__ZN3kov6rdrandERj(std::uint32_t& x) {
 
 namespace {
 
+TEST_F(processor, that_lacks_instructions_loads_no_stream_that_needs_them) {
+  const std::string ars5 = image_of(stream(KOV_BRNG_ARS5)), trng = image_of(stream(KOV_BRNG_TRNG));
+  for (const bool hidden : {false, true}) {
+    hide_aes = hide_rdrand = hidden;
+    scripted = !hidden;  // has RDRAND, whatever runs the test
+    EXPECT_EQ(loaded(trng).status(), hidden ? KOV_STATUS_NO_RDRAND : 0);
+    if (hidden || __real___kovCPUisAES()) {
+      EXPECT_EQ(loaded(ars5).status(), hidden ? KOV_STATUS_NO_AES : 0);
+    }
+  }
+}
+
 TEST_F(processor, without_aes_makes_ars5_streams_that_refuse) {
   hide_aes = true;
   stream s(KOV_BRNG_ARS5, {1, 2, 3});

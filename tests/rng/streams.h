@@ -2,9 +2,12 @@
 #pragma once
 #include <arko/stream.h>
 
+#include <concepts>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace arko::test {
@@ -15,6 +18,11 @@ class stream {
  public:
   explicit stream(std::int32_t code, const words& seed = {}) {
     status_ = __kovNewStreamEx(&record_, code, static_cast<std::int32_t>(seed.size()), seed.data());
+    properties();
+  }
+  // Of whatever entry makes one: make(void** stream) gives its status.
+  template <std::invocable<void**> Make> explicit stream(Make&& make) {
+    status_ = make(&record_);
     properties();
   }
   stream(const stream& other) {
@@ -63,6 +71,19 @@ class stream {
   std::int32_t status_;
   BrngProperties row_ = {};
 };
+
+// The bytes of a stream's image, and streams of such bytes: from memory, which is theirs to the byte, so that no others
+// are read unseen.
+inline std::string image_of(const stream& s) {
+  std::string image(static_cast<std::size_t>(__kovGetStreamSize(s.get())), '?');
+  if (const std::int32_t status = __kovSaveStreamM(s.get(), image.data()))
+    throw std::runtime_error("status " + std::to_string(status));
+  return image;
+}
+inline stream loaded(const std::string& image) {
+  const std::vector<char> bytes(image.begin(), image.end());
+  return stream([&](void** s) { return __kovLoadStreamM(s, bytes.data()); });
+}
 
 inline words operator+(words a, const words& b) {
   a.insert(a.end(), b.begin(), b.end());
