@@ -69,7 +69,8 @@ void in_blocks(const accumulators<T>& a, const observations<T>& data, Step step)
 }  // namespace
 
 std::int64_t block_size(std::int64_t p, std::int64_t bytes_of_real, int copies) {
-  constexpr std::int64_t bytes = 0x40000, least = 64;
+  constexpr std::int64_t bytes = 0x40000;
+  const std::int64_t least = copies ? 256 : 64;  // products have to be worth the work between blocks
   return std::max(bytes / bytes_of_real / p / (1 + copies), least);
 }
 
@@ -94,8 +95,14 @@ template <class T> void walk_fast(accumulators<T>& a, const observations<T>& dat
       for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = static_cast<T>(a.base[i] + a.mean[i]);
     make_finite(a.origin, a.components);
     for (int k = 1; k <= a.order; k++) clear(a.sums[k], a.components);
-    add_power_sums(block, a.origin, a.order, a.sums + 1);
-    if (a.q) add_products(deviations(block, a.origin, a.block), a.scaled, a.q);
+    if (a.q) {
+      const observations<T> d = deviations(block, a.origin, a.block);
+      clear(a.vector, a.components);
+      add_power_sums(d, a.vector, a.order, a.sums + 1);
+      add_products(d, a.scaled, a.q);
+    } else {
+      add_power_sums(block, a.origin, a.order, a.sums + 1);
+    }
     fold(a, w);
   });
 }

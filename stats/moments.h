@@ -41,7 +41,7 @@ template <class T> int copies_of(const observations<T>& data, bool matrix) {
   return !matrix ? 0 : data.w ? 2 : 1;
 }
 template <class T> std::int64_t block_room(const observations<T>& data) {
-  // One pass has its blocks as observations of an even number of components.
+  // One pass takes components in pairs.
   const std::int64_t p = data.components;
   return std::min(block_size(p, sizeof(T), copies_of(data, true)), data.count) * (p + p % 2);
 }

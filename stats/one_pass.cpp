@@ -31,7 +31,7 @@ using V = lanes<double>;
 constexpr int length = 2;
 
 // `width` pairs of components through a block of n observations. With `keep`, deviations times the root go to `kept`,
-// an observation every `kept_step` numbers.
+// a component every `kept_step` numbers.
 template <class T, int order, int width, bool keep>
 void pairs(const T* const* x, std::int64_t step, std::int64_t n, const factors& f, const double* base,
            double* mean, double* const* central, T* kept, std::int64_t kept_step) {
@@ -58,7 +58,7 @@ void pairs(const T* const* x, std::int64_t step, std::int64_t n, const factors& 
       m1[v] += dr;
       if (keep)
         for (int l = 0; l < length; l++)
-          kept[j * kept_step + v * length + l] = static_cast<T>(d[l] * f.root[j]);
+          kept[(v * length + l) * kept_step + j] = static_cast<T>(d[l] * f.root[j]);
     }
   }
   for (int v = 0; v < width; v++) {
@@ -84,7 +84,7 @@ void through(accumulators<T>& a, const observations<T>& block, const factors& f,
       double* central[max_order + 1];
       for (int k = 2; k <= order; k++) central[k] = a.central[k] + i;
       pairs<T, order, width, keep>(x, block.observation_step, block.count, f, base, a.mean + i, central,
-                                   keep ? a.block + i : nullptr, kept_step);
+                                   keep ? a.block + i * kept_step : nullptr, kept_step);
     }
   };
   if constexpr (order <= 2) with(std::integral_constant<int, 5>());
@@ -120,12 +120,11 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
       f.root[j] = a.q && !block.w ? std::sqrt(f.g[j]) : 1;
       a.weight = s, a.weight2 += w * w;
     }
-    const std::int64_t pitch = a.components + a.components % 2;
-    kernels[a.order - 1][a.q != nullptr](a, block, f, pitch);
+    kernels[a.order - 1][a.q != nullptr](a, block, f, block.count);
     if (a.q) {
       T g[most];
       for (std::int64_t j = 0; j < block.count; j++) g[j] = static_cast<T>(f.g[j]);
-      add_products(observations<T>{a.block, block.w ? g : nullptr, a.components, block.count, 1, pitch},
+      add_products(observations<T>{a.block, block.w ? g : nullptr, a.components, block.count, block.count, 1},
                    a.scaled, a.q);
     }
   }

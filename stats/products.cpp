@@ -3,7 +3,59 @@
 #include <algorithm>
 #include <cstring>
 
+#include "stats/lanes.h"
+
 namespace kov {
+namespace {
+
+using std::int64_t;
+
+// Up to so many components the routines of BLAS take longer to arrange the data than to multiply: for 10 of them
+// the loop below needs half the time.
+constexpr int64_t few_components = 16;
+
+// For a few components: the observations less the origin, turned into rows. In pairs of observations and of components.
+template <class T> void turn(const observations<T>& data, const T* origin, T* to) {
+  const int64_t p = data.components, n = data.count;
+  int64_t j = 0;
+  for (; j + 4 <= n; j += 4) {
+    const T* x = data.x + j * p;
+    for (int64_t i = 0; i < p; i++) {
+      T* row = to + i * n + j;
+      for (int64_t k = 0; k < 4; k++) row[k] = x[k * p + i] - origin[i];
+    }
+  }
+  for (; j < n; j++)
+    for (int64_t i = 0; i < p; i++) to[i * n + j] = data.x[j * p + i] - origin[i];
+}
+
+// q += sum of y_i d_k over rows of n numbers, for i <= k: two rows of y with four of d at a time, sums in registers.
+// Rows beyond the last are the last again, and not stored.
+template <class T> void multiply_rows(const T* y, const T* d, int64_t p, int64_t n, int64_t pitch, T* q) {
+  using V = lanes<T>;
+  constexpr int length = sizeof(V) / sizeof(T), high = 2, wide = 4;
+  for (int64_t i = 0; i < p; i += high)
+    for (int64_t k = i; k < p; k += wide) {
+      const T *a[high], *b[wide];
+      for (int r = 0; r < high; r++) a[r] = y + std::min(i + r, p - 1) * pitch;
+      for (int c = 0; c < wide; c++) b[c] = d + std::min(k + c, p - 1) * pitch;
+      V s[high][wide] = {};
+      int64_t j = 0;
+      for (; j + length <= n; j += length)
+        for (int r = 0; r < high; r++)
+          for (int c = 0; c < wide; c++) s[r][c] += load<V>(a[r] + j) * load<V>(b[c] + j);
+      for (int r = 0; r < high; r++)
+        for (int c = 0; c < wide; c++) {
+          if (i + r > k + c || i + r >= p || k + c >= p) continue;
+          T sum = 0;
+          for (int l = 0; l < length; l++) sum += s[r][c][l];
+          for (int64_t rest = j; rest < n; rest++) sum += a[r][rest] * b[c][rest];
+          q[(k + c) * p + i + r] += sum;
+        }
+    }
+}
+
+}  // namespace
 
 template <class T> observations<T> deviations(const observations<T>& data, const T* origin, T* to) {
   observations<T> copy = data;
@@ -15,6 +67,9 @@ template <class T> observations<T> deviations(const observations<T>& data, const
       const T *x = data.component(i), c = origin[i];
       for (std::int64_t j = 0; j < n; j++) to[j] = x[j] - c;
     }
+  } else if (p <= few_components) {
+    turn(data, origin, to);
+    copy.component_step = n, copy.observation_step = 1;
   } else {
     // A short row would not be worth its loop: origins side by side make one of several.
     constexpr std::int64_t room = 128;
@@ -39,6 +94,8 @@ template <class T> void add_products(const observations<T>& block, T* scaled, T*
   const auto p = static_cast<std::int32_t>(block.components), n = static_cast<std::int32_t>(block.count);
   const char trans = block.rows() ? 't' : 'n';
   const auto pitch = static_cast<std::int32_t>(block.rows() ? block.component_step : block.observation_step);
+  const bool few = block.rows() && p <= few_components;
+  if (!block.w && few) return multiply_rows(block.x, block.x, p, n, pitch, q);
   if (!block.w) return blas::syrk(trans, p, n, block.x, pitch, q, p);
   const std::int64_t lines = block.rows() ? p : n, length = block.rows() ? n : p;
   for (std::int64_t l = 0; l < lines; l++) {
@@ -49,6 +106,7 @@ template <class T> void add_products(const observations<T>& block, T* scaled, T*
     else
       for (std::int64_t i = 0; i < length; i++) to[i] = from[i] * block.w[l];
   }
+  if (few) return multiply_rows(scaled, block.x, p, n, pitch, q);
   blas::gemm(trans, p, n, scaled, block.x, pitch, q, p);
 }
 

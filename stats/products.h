@@ -5,7 +5,8 @@
 
 namespace [[gnu::visibility("hidden")]] kov {
 
-// A copy in `to` of the observations less the origin, in the same layout and without gaps.
+// A copy in `to` of the observations less the origin, without gaps: by components if there are few, else in the
+// layout that they have.
 template <class T> observations<T> deviations(const observations<T>& data, const T* origin, T* to);
 
 // q += sum of w d d' over a block of deviations without gaps. `scaled` has room for the block if there are weights.

@@ -311,7 +311,52 @@ int32_t __kovSSDeleteTask(void** task);
                       const struct DFThreadServices* threads);         \
   int32_t _kovs##name(void* task, uint64_t estimates, uint64_t method, const struct DFThreadServices* threads)
 
+/*
+ * Moments, sums and matrices: any of KOV_SS_EST_MEAN to KOV_SS_EST_VARIATION, KOV_SS_EST_COV, KOV_SS_EST_COR and
+ * KOV_SS_EST_SUM1 to KOV_SS_EST_CP, in one walk over a block of observations. With m the mean, W the sum of the
+ * weights and W2 that of their squares:
+ *
+ *   raw moment of order k       sum of w x^k / W
+ *   central moment of order 2   sum of w (x - m)^2 / (W - W2 / W)
+ *   central moment of order 3, 4   sum of w (x - m)^k / W
+ *   sums                        the same without the division
+ *   kurtosis, skewness, variation   c4 / c2^2 - 3, c3 / c2^(3/2), c2^(1/2) / m, from central moments
+ *   cross products, covariance  sum of w (x - m) (x - m)', the same / (W - W2 / W)
+ *   correlation                 between -1 and 1 off the diagonal, variances on it
+ *
+ * The method is one of
+ *
+ *   KOV_SS_FAST        blocks that stay in the cache
+ *   KOV_SS_ONE_PASS    observation by observation
+ *   KOV_SS_GIVEN_MEAN  m is the content of `mean` and stays; a matrix is the sum of w x x' less W m m'
+ *   KOV_SS_FROM_SUMS   without observations, from sums and cross products in their arrays. W and W2 are in
+ *                      `accum_weight`, or n without one; where a central sum is not set its moment is an input
+ *
+ * Beside its own array an estimate needs others, which may be written too: fast the mean and raw moments up to its
+ * order for central moments and sums; one pass and given mean the same for moments, but for central sums only the
+ * mean; ratios also the central moments that they are made of, matrices the mean; from sums the sum of each moment,
+ * `cp` for matrices, and for ratios the mean and the central moments.
+ *
+ * With `accum_weight` set and its first number above 0 the call goes on from the results of the blocks before; a
+ * caller starts a series by setting it to 0. Given mean keeps a copy of the mean in the task for that.
+ *
+ * Only components selected by `indices` are written. A matrix in full form without a selection is also the work
+ * space. Checks, in this order: KOV_SS_ERR_NULL_TASK, _OBS_DIM, _METHOD, then the missing array that comes first in
+ * mean, raw, central, cov, cor, kurtosis, skewness, variation, sums, central sums, cp; KOV_SS_ERR_OBS_COUNT, _OBS,
+ * _NULL_INTEGER, _STORAGE; the storage of a matrix KOV_SS_ERR_NULL_INTEGER; KOV_SS_ERR_ACCUM_WEIGHT. They and
+ * KOV_SS_ERR_NO_MEMORY come before anything is written. `threads` may be null.
+ *
+ * Source of the updates: P. Pebay, Formulas for robust, one-pass parallel computation of covariances and
+ * arbitrary-order statistical moments, Sandia report SAND2008-6212 (2008), with weights.
+ */
 ARKO_SS_COMPUTE(SSBasic);
+
+/*
+ * KOV_SS_EST_MIN and KOV_SS_EST_MAX: what the arrays hold, and the observations of the block, whichever is least or
+ * greatest. The caller seeds the arrays. NaN observations change nothing. Method KOV_SS_FAST or KOV_SS_ONE_PASS,
+ * which do the same; `threads` is not used. Checks, in this order: KOV_SS_ERR_NULL_TASK, _OBS_DIM, _NULL_INTEGER,
+ * _STORAGE (one of the two layouts exactly), _MIN, _MAX, _METHOD, _OBS_COUNT, _OBS, _NO_MEMORY.
+ */
 ARKO_SS_COMPUTE(SSMinmax);
 
 /*

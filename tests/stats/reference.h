@@ -59,8 +59,13 @@ struct reference {
         put("sum" + std::to_string(k), i, sum, size);
         put(k == 1 ? "mean" : "raw" + std::to_string(k), i, sum / weight, size / weight);
       }
-      m[i] = given.empty() ? values["mean"][i] : given[i];
-      if (!given.empty()) put("mean", i, m[i], 0);
+      if (given.empty()) {  // what the sum lost
+        real rest = 0;
+        for (int j = 0; j < s.n; j++) rest += s.weight(j) * (s.at(j, i) - values["mean"][i]);
+        m[i] = values["mean"][i] += rest / weight;
+      } else {
+        put("mean", i, m[i] = given[i], 0);
+      }
       for (int k = 2; k <= 4; k++) {
         real sum = 0, size = 0;
         for (int j = 0; j < s.n; j++) {
