@@ -21,15 +21,19 @@ namespace arko::test {
 using std::int32_t, std::int64_t, std::uint64_t;
 
 template <class T> struct entries;
-#define ENTRIES(p, T)                                                                                     \
-  template <> struct entries<T> {                                                                         \
-    static constexpr auto create = __kov##p##SSNewTask;                                                   \
-    static constexpr auto edit = __kov##p##SSEditTask;                                                    \
-    static constexpr auto sort = _kov##p##SSSort, quantiles = _kov##p##SSQuantiles, mad = _kov##p##SSMAD, \
-                          weighted_median = _kov##p##SSWMedian;                                           \
-    static constexpr auto quicksort = __kov##p##QSort;                                                    \
-    static constexpr auto quicksort_step = __kov##p##QSortStep;                                           \
-    static constexpr auto select = __kov##p##QSortSelect;                                                 \
+#define ENTRIES(p, T)                                                    \
+  template <> struct entries<T> {                                        \
+    static constexpr auto create = __kov##p##SSNewTask;                  \
+    static constexpr auto edit = __kov##p##SSEditTask;                   \
+    static constexpr auto edit_stream = __kov##p##SSEditStreamQuantiles; \
+    static constexpr auto sort = _kov##p##SSSort;                        \
+    static constexpr auto quantiles = _kov##p##SSQuantiles;              \
+    static constexpr auto mad = _kov##p##SSMAD;                          \
+    static constexpr auto weighted_median = _kov##p##SSWMedian;          \
+    static constexpr auto stream_quantiles = _kov##p##SSStreamQuantiles; \
+    static constexpr auto quicksort = __kov##p##QSort;                   \
+    static constexpr auto quicksort_step = __kov##p##QSortStep;          \
+    static constexpr auto select = __kov##p##QSortSelect;                \
   };
 ENTRIES(d, double)
 ENTRIES(s, float)
