@@ -221,6 +221,13 @@ TEST(uniform, bits_are_random_ones_or_refused) {
     EXPECT_EQ(words(r, r + 4), words(4, 7));
     EXPECT_EQ(record(s), before);
   }
+  {  // Words that nobody can repeat, where the processor has them.
+    const stream s(KOV_BRNG_TRNG);
+    std::uint64_t r[2];
+    const std::int32_t status = __kovCPUisRDRAND() ? KOV_STATUS_OK : KOV_STATUS_NO_RDRAND;
+    EXPECT_EQ(_koviRngUniformBits32(0, s.get(), 4, reinterpret_cast<std::uint32_t*>(r)), status);
+    EXPECT_EQ(_koviRngUniformBits64(0, s.get(), 2, r), status);
+  }
   // The families whose streams have entries of their own, or none yet: only the head is looked at.
   for (const std::int32_t code : {277, 278, KOV_BRNG_SOBOL, KOV_BRNG_NIEDERR, KOV_BRNG_IABSTRACT,
                                   KOV_BRNG_DABSTRACT, KOV_BRNG_SABSTRACT}) {
