@@ -61,7 +61,10 @@ template <class T> void fold(accumulators<T>& a, const weight_sums& block) {
 // step(block) for one block of the observations after the other.
 template <class T, class Step>
 void in_blocks(const accumulators<T>& a, const observations<T>& data, Step step) {
-  const std::int64_t size = block_size(a.components, sizeof(T), copies_of(data, a.q));
+  // Without a copy contiguous components are better read in long pieces.
+  constexpr std::int64_t piece = 4096;
+  const std::int64_t fitting = block_size(a.components, sizeof(T), copies_of(data, a.q));
+  const std::int64_t size = data.rows() && !a.q ? std::max(fitting, piece) : fitting;
   for (std::int64_t first = 0; first < data.count; first += size)
     step(data.range(first, std::min(size, data.count - first)));
 }

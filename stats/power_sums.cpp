@@ -77,7 +77,7 @@ template <class T, int order, bool weighted>
 void add(const observations<T>& data, const T* origin, double* const* sums) {
   constexpr std::int64_t tile_bytes = 0x2000;
   if (data.rows()) {
-    constexpr std::int64_t tile = tile_bytes / sizeof(T);
+    constexpr std::int64_t tile = 0x8000 / sizeof(T);
     for (std::int64_t j = 0; j < data.count; j += tile)
       for (std::int64_t i = 0; i < data.components; i++) {
         double s[order] = {};

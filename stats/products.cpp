@@ -65,6 +65,8 @@ template <class T> observations<T> deviations(const observations<T>& data, const
     copy.component_step = n;
     for (std::int64_t i = 0; i < p; i++, to += n) {
       const T *x = data.component(i), c = origin[i];
+      constexpr int64_t line = 64 / sizeof(T);
+      for (int64_t j = 0; j < n; j += line) prefetch(x, data.component_step + j);  // the next row's part
       for (std::int64_t j = 0; j < n; j++) to[j] = x[j] - c;
     }
   } else if (p <= few_components) {
