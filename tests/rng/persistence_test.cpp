@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <sstream>
-#include <tuple>
 
 #include "core/testing.h"
 #include "tests/rng/streams.h"
@@ -77,19 +77,24 @@ std::string file_bytes(const std::string& name) {
   bytes << std::ifstream(name, std::ios::binary).rdbuf();
   return bytes.str();
 }
-// The status of a load of these bytes, from a file and from memory, where the stream must be null unless it is 0.
+stream loaded_from(const std::string& name, std::int32_t length = -1) {
+  return stream([&](void** out) { return __kovLoadStreamF(out, name.c_str(), length); });
+}
+// The status of a load of these bytes, without which there must be no stream.
 std::int32_t from_file(const std::string& image) {
   const folder f;
-  const std::string name = f / "image";
-  std::ofstream(name, std::ios::binary) << image;
-  const stream s([&](void** out) { return __kovLoadStreamF(out, name.c_str(), -1); });
+  std::ofstream(f / "image", std::ios::binary) << image;
+  const stream s = loaded_from(f / "image");
   EXPECT_EQ(s.get() == nullptr, s.status() != 0);
   return s.status();
 }
-std::int32_t from_memory(const std::string& image) {
+// The same for bytes that are enough also without a file's end: memory answers alike.
+std::int32_t answer(const std::string& image) {
+  const std::int32_t status = from_file(image);
   const stream s = loaded(image);
-  EXPECT_EQ(s.get() == nullptr, s.status() != 0);
-  return s.status();
+  EXPECT_EQ(s.status(), status == KOV_STATUS_BAD_FILE ? KOV_STATUS_BAD_IMAGE : status);
+  EXPECT_EQ(s.get() == nullptr, status != 0);
+  return status;
 }
 
 template <class T> std::string raw(T value) { return {reinterpret_cast<const char*>(&value), sizeof value}; }
@@ -110,30 +115,21 @@ void add(const stream& s, std::int32_t id, const std::string& bytes,
 }
 const StreamChunk* chunks(const stream& s) { return static_cast<const BrngStream*>(s.get())->ChunkList; }
 
-// Every family, old codes and members.
-const std::int32_t codes[] = {KOV_BRNG_MCG31M1,
-                              0,
-                              KOV_BRNG_R250,
-                              KOV_BRNG_MRG32K3A,
-                              KOV_BRNG_MCG59,
-                              KOV_BRNG_WH + 272,
-                              11,
-                              KOV_BRNG_MT19937,
-                              KOV_BRNG_MT2203,
-                              KOV_BRNG_MT2203 + 6023,
-                              KOV_BRNG_SFMT19937,
-                              KOV_BRNG_TRNG,
-                              KOV_BRNG_ARS5,
-                              KOV_BRNG_PHILOX4X32X10};
-bool lacks_instructions(std::int32_t code) {
-  return (code == KOV_BRNG_TRNG && !__kovCPUisRDRAND()) || (code == KOV_BRNG_ARS5 && !__kovCPUisAES());
+// Every family that can be made and used here, with old codes and members.
+std::vector<std::int32_t> codes() {
+  std::vector<std::int32_t> all = {0, 11, KOV_BRNG_WH + 272, KOV_BRNG_MT2203 + 6023};
+  for (std::int32_t family = 1; family <= 16; family++) all.push_back(family << 20);
+  std::erase_if(all, [](std::int32_t code) {
+    return stream(code).status() != 0 || (code == KOV_BRNG_TRNG && !__kovCPUisRDRAND()) ||
+           (code == KOV_BRNG_ARS5 && !__kovCPUisAES());
+  });
+  return all;
 }
 
 // ---- Images
 
 TEST(images, continue_from_every_place) {
-  for (const std::int32_t code : codes) {
-    if (lacks_instructions(code)) continue;
+  for (const std::int32_t code : codes()) {
     stream s(code, {11, 22, 33, 44, 55, 66, 77});
     s.leapfrog(2, 3);
     for (int place = 0; place < 1300; place++) {
@@ -155,7 +151,7 @@ TEST(images, continue_from_every_place) {
 TEST(images, hold_the_fields_of_the_stream_and_nothing_more) {
   const folder f;
   const std::uint64_t id[2] = {0x1122334455667788, 0x99AABBCCDDEEFF00};
-  for (const std::int32_t code : codes) {
+  for (const std::int32_t code : codes()) {
     stream s(code, {1, 2, 3});
     EXPECT_EQ(__kovGetStreamSize(s.get()), s.row().StateSize + 8);
     add(s, 7, "first");
@@ -186,9 +182,7 @@ TEST(images, bring_their_chunks_in_reverse_order) {
   add(s, 4, large + "end");
   const std::string name = f / "image";
   ASSERT_EQ(__kovSaveStreamF(s.get(), name.c_str(), -1), 0);
-  const stream copies[] = {loaded(image_of(s)),
-                           stream([&](void** out) { return __kovLoadStreamF(out, name.c_str(), -1); })};
-  for (const stream& copy : copies) {
+  for (const stream& copy : {loaded(image_of(s)), loaded_from(name)}) {
     std::vector<std::pair<int, std::string>> found;
     for (const StreamChunk* c = chunks(copy); c; c = c->ChunkNext)
       found.push_back(
@@ -205,29 +199,25 @@ TEST(images, of_earlier_versions_are_read) {
     return head + state(s) + chunks;
   };
   const std::string data = raw(4) + "data", id = std::string(16, '\0');
-  struct {
-    std::string image;
-    std::int32_t file, memory;
-  } const cases[] = {
-      {old(0, false, 0, ""), 0, 0},
-      {old(1, false, 0, ""), 0, 0},
-      {old(77, false, 0, ""), 0, 0},
-      {old(0, true, 0, ""), 0, 0},
-      {old(0, false, 2, raw(3) + data + raw(4) + data), 0, 0},
-      {old(1, false, 2, raw(3) + id + data + raw(4) + id + data), 0, 0},
-      {old(3, false, 1, raw(3) + id + data), KOV_STATUS_READ_FAILED, KOV_STATUS_READ_FAILED},
-      {old(0, true, 1, raw(3) + data), KOV_STATUS_READ_FAILED, KOV_STATUS_READ_FAILED},
-      {with(old(1, false, 0, ""), 10, std::int16_t{23}), KOV_STATUS_BAD_FILE, KOV_STATUS_BAD_IMAGE},
-      {with(old(1, false, 0, ""), 4, 'r'), KOV_STATUS_BAD_FILE, KOV_STATUS_BAD_IMAGE}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(from_file(c.image), c.file) << &c - cases;
-    EXPECT_EQ(from_memory(c.image), c.memory) << &c - cases;
-    if (c.file) continue;
-    stream other = loaded(c.image);
+  const std::pair<std::string, std::int32_t> cases[] = {
+      {old(0, false, 0, ""), 0},
+      {old(1, false, 0, ""), 0},
+      {old(77, false, 0, ""), 0},
+      {old(0, true, 0, ""), 0},
+      {old(0, false, 2, raw(3) + data + raw(4) + data), 0},
+      {old(1, false, 2, raw(3) + id + data + raw(4) + id + data), 0},
+      {old(3, false, 1, raw(3) + id + data), KOV_STATUS_READ_FAILED},
+      {old(0, true, 1, raw(3) + data), KOV_STATUS_READ_FAILED},
+      {with(old(1, false, 0, ""), 10, std::int16_t{23}), KOV_STATUS_BAD_FILE},
+      {with(old(1, false, 0, ""), 4, 'r'), KOV_STATUS_BAD_FILE}};
+  for (const auto& [image, status] : cases) {
+    EXPECT_EQ(answer(image), status);
+    if (status) continue;
+    stream other = loaded(image);
     EXPECT_EQ(other.integers(100), stream(s).integers(100));
-    if (!chunks(other)) continue;
-    EXPECT_EQ(std::string(static_cast<char*>(__kovSearchChunk(other.get(), 4)), 4), "data");
-    EXPECT_NE(__kovSearchChunk(other.get(), 3), nullptr);
+    for (const StreamChunk* c = chunks(other); c; c = c->ChunkNext)
+      EXPECT_EQ(std::string(static_cast<char*>(c->ChunkData), 4), "data");
+    EXPECT_EQ(__kovGetNumChunks(other.get()), image.size() > 44 ? 2 : 0);
   }
 }
 
@@ -236,29 +226,16 @@ TEST(images, of_earlier_versions_are_read) {
 TEST(bad_images, are_told) {
   const stream s(KOV_BRNG_MT2203 + 100, {5});
   add(s, 3, "data");
-  const std::string image = image_of(s), bad_size = with(image, 24 + 296 + 20, -1);
-  struct {
-    std::string image;
-    bool good;
-  } const cases[] = {{image, true},
-                     {image + "more", true},
-                     {with(with(with(image, 1, '?'), 7, '?'), 10, '?'), true},
-                     {with(image, 8, std::int16_t{100}), true},
-                     {with(image, 8, std::int16_t{23}), false},
-                     {with(image, 4, 'r'), false},
-                     {with(image, 12, 295), false},
-                     {with(image, 12, 297), false},
-                     {with(image, 12, -1), false},
-                     {with(image, 20, KOV_BRNG_MT2203 + 6024), false},
-                     {with(image, 20, KOV_BRNG_MT19937), false},
-                     {with(image, 20, 0x1100000), false},
-                     {with(image, 20, -1), false},
-                     {with(image, 20, 279), false},
-                     {bad_size, false}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(from_file(c.image), c.good ? 0 : KOV_STATUS_BAD_FILE) << &c - cases;
-    EXPECT_EQ(from_memory(c.image), c.good ? 0 : KOV_STATUS_BAD_IMAGE) << &c - cases;
-  }
+  const std::string image = image_of(s);
+  for (const std::string& good : {image, image + "more", with(with(with(image, 1, '?'), 7, '?'), 10, '?'),
+                                  with(image, 8, std::int16_t{100})})
+    EXPECT_EQ(answer(good), 0);
+  for (const std::string& bad :
+       {with(image, 8, std::int16_t{23}), with(image, 4, 'r'), with(image, 12, 295), with(image, 12, 297),
+        with(image, 12, -1), with(image, 20, KOV_BRNG_MT2203 + 6024), with(image, 20, KOV_BRNG_MT19937),
+        with(image, 20, 0x1100000), with(image, 20, -1), with(image, 20, 279),
+        with(image, 24 + 296 + 20, -1)})
+    EXPECT_EQ(answer(bad), KOV_STATUS_BAD_FILE);
   for (std::size_t size = 0; size < image.size(); size++)
     ASSERT_EQ(from_file(image.substr(0, size)), KOV_STATUS_READ_FAILED) << size;
 }
@@ -289,10 +266,8 @@ TEST(bad_images, of_states_that_no_generator_is_in) {
                      {KOV_BRNG_MCG59, 2, {1, 3}, {0, 2}},
                      {KOV_BRNG_MCG59, 3, {0, 0x7FFFFFF}, {0x8000000}},
                      {KOV_BRNG_MRG32K3A, 0, {0, m1 - 1}, {m1, ~0u}},
-                     {KOV_BRNG_MRG32K3A, 2, {0, m1 - 1}, {m1}},
                      {KOV_BRNG_MRG32K3A, 5, {0, m2 - 1}, {m2, m1 - 1}},
                      {KOV_BRNG_WH, 0, {1, 16770646}, {0, 16770647, ~0u}},
-                     {KOV_BRNG_WH, 3, {1, 16770616}, {0, 16770617}},
                      {KOV_BRNG_WH, 7, {1, 16770616}, {0, 16770617}},
                      {KOV_BRNG_R250, 250, {0}, {1, 250, ~0u, 0x80000000}},
                      {KOV_BRNG_R250, 251, {103}, {0, 102, 104, 250, ~0u}},
@@ -304,21 +279,19 @@ TEST(bad_images, of_states_that_no_generator_is_in) {
                      {KOV_BRNG_TRNG, 1, {1, ~0u}, {0}},
                      {KOV_BRNG_ARS5, 8, {0, 4}, {5, ~0u}},
                      {KOV_BRNG_PHILOX4X32X10, 6, {0, 4}, {5, ~0u}}};
+  const std::vector<std::int32_t> usable = codes();
   for (const auto& c : cases) {
-    if (lacks_instructions(c.code)) continue;
+    if (std::find(usable.begin(), usable.end(), c.code) == usable.end()) continue;
     const std::string image = image_of(stream(c.code, {3, 4, 5, 6, 7, 8}));
-    for (const auto& [all, file, memory] :
-         {std::tuple{c.good, 0, 0}, {c.bad, KOV_STATUS_BAD_FILE, KOV_STATUS_BAD_IMAGE}})
-      for (const std::uint32_t value : all) {
-        EXPECT_EQ(from_file(with(image, 24 + 4 * c.word, value)), file)
+    for (const auto& [all, status] : {std::pair{c.good, 0}, {c.bad, KOV_STATUS_BAD_FILE}})
+      for (const std::uint32_t value : all)
+        EXPECT_EQ(answer(with(image, 24 + 4 * c.word, value)), status)
             << c.code << ' ' << c.word << ' ' << value;
-        EXPECT_EQ(from_memory(with(image, 24 + 4 * c.word, value)), memory);
-      }
   }
   const std::string zeros(12, '\0');  // components that stand still
   for (const std::size_t at : {24, 36})
-    EXPECT_EQ(from_memory(image_of(stream(KOV_BRNG_MRG32K3A)).replace(at, 12, zeros)), KOV_STATUS_BAD_IMAGE);
-  EXPECT_EQ(from_memory(with(image_of(stream(KOV_BRNG_MCG59)), 24, std::uint64_t{0})), KOV_STATUS_BAD_IMAGE);
+    EXPECT_EQ(answer(image_of(stream(KOV_BRNG_MRG32K3A)).replace(at, 12, zeros)), KOV_STATUS_BAD_FILE);
+  EXPECT_EQ(answer(with(image_of(stream(KOV_BRNG_MCG59)), 24, std::uint64_t{0})), KOV_STATUS_BAD_FILE);
 }
 
 // ---- Shared data
@@ -393,17 +366,14 @@ struct ways {
     image = image_of(s);
     __kovSaveStreamF(s.get(), name.c_str(), -1);
   }
-  std::int32_t load_file(std::int32_t length) const {
-    return stream([&](void** out) { return __kovLoadStreamF(out, name.c_str(), length); }).status();
-  }
   std::int32_t length() const { return static_cast<std::int32_t>(name.size()); }
 };
 
 TEST(failures, of_memory_leave_nothing) {
   const ways w;
   const std::function<std::int32_t()> all[] = {
-      [&] { return w.load_file(-1); }, [&] { return w.load_file(w.length()); },
-      [&] { return from_memory(w.image); },
+      [&] { return loaded_from(w.name).status(); }, [&] { return loaded_from(w.name, w.length()).status(); },
+      [&] { return loaded(w.image).status(); },
       [&] { return __kovSaveStreamF(w.s.get(), w.name.c_str(), w.length()); }};
   for (const auto& way : all) {
     const std::int64_t live = arko_core_live_blocks(), before = arko_core_allocations();
@@ -428,7 +398,8 @@ TEST(failures, of_files_are_told_and_leave_nothing) {
                                                         {"write", KOV_STATUS_WRITE_FAILED},
                                                         {"close", KOV_STATUS_CLOSE_FAILED}};
   const std::function<std::int32_t()> all[] = {
-      [&] { return w.load_file(-1); }, [&] { return __kovSaveStreamF(w.s.get(), w.name.c_str(), -1); }};
+      [&] { return loaded_from(w.name).status(); },
+      [&] { return __kovSaveStreamF(w.s.get(), w.name.c_str(), -1); }};
   const auto handles = [] {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
   };
@@ -450,26 +421,22 @@ TEST(failures, of_files_are_told_and_leave_nothing) {
 
 TEST(failures, of_real_files) {
   const ways w;
-  const auto save = [&](const std::string& name, std::int32_t length) {
-    return __kovSaveStreamF(w.s.get(), name.c_str(), length);
-  };
-  const auto load = [](const std::string& name, std::int32_t length) {
-    return stream([&](void** out) { return __kovLoadStreamF(out, name.c_str(), length); }).status();
-  };
-  EXPECT_EQ(save("/dev/full", -1), KOV_STATUS_WRITE_FAILED);
+  const stream small(KOV_BRNG_MCG59);
+  for (const stream& s : {w.s, small})  // one that fills the file's buffer and one that does not
+    EXPECT_EQ(__kovSaveStreamF(s.get(), "/dev/full", -1), KOV_STATUS_WRITE_FAILED);
   for (const std::string& name : {w.f / "none/image", std::string()}) {
-    EXPECT_EQ(save(name, -1), KOV_STATUS_OPEN_FAILED);
-    EXPECT_EQ(load(name, -1), KOV_STATUS_OPEN_FAILED);
+    EXPECT_EQ(__kovSaveStreamF(small.get(), name.c_str(), -1), KOV_STATUS_OPEN_FAILED);
+    EXPECT_EQ(loaded_from(name).status(), KOV_STATUS_OPEN_FAILED);
   }
-  EXPECT_EQ(load(w.name, 0), KOV_STATUS_OPEN_FAILED);  // an empty name
-  EXPECT_EQ(load(w.f.path, -1), KOV_STATUS_READ_FAILED);
-  EXPECT_EQ(load("/dev/null", -1), KOV_STATUS_READ_FAILED);
-  EXPECT_EQ(load("/dev/zero", -1), KOV_STATUS_BAD_FILE);
+  EXPECT_EQ(loaded_from(w.name, 0).status(), KOV_STATUS_OPEN_FAILED);  // an empty name
+  EXPECT_EQ(loaded_from(w.f.path).status(), KOV_STATUS_READ_FAILED);
+  EXPECT_EQ(loaded_from("/dev/zero").status(), KOV_STATUS_BAD_FILE);
   // Of a name with a length so many bytes count.
-  EXPECT_EQ(save(w.name + "2 and more", w.length() + 1), 0);
+  const std::string longer = w.name + "2 and more";
+  EXPECT_EQ(__kovSaveStreamF(w.s.get(), longer.c_str(), w.length() + 1), 0);
   EXPECT_EQ(file_bytes(w.name + '2'), w.image);
-  EXPECT_EQ(load(w.name + "2 and more", w.length() + 1), 0);
-  EXPECT_EQ(load(w.name + "2 and more", -1), KOV_STATUS_OPEN_FAILED);
+  EXPECT_EQ(loaded_from(longer, w.length() + 1).status(), 0);
+  EXPECT_EQ(loaded_from(longer).status(), KOV_STATUS_OPEN_FAILED);
 }
 
 TEST(failures, of_streams_without_image_change_no_file) {
@@ -503,7 +470,7 @@ TEST(registered_generators, are_saved_whatever_their_state) {
     const std::string image = image_of(s);
     EXPECT_EQ(image.substr(24), bytes);
     EXPECT_EQ(image_of(loaded(image)), image);
-    EXPECT_EQ(from_file(image), 0);
+    EXPECT_EQ(answer(image), 0);
   }
 }
 
