@@ -112,9 +112,15 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   arena measured;
   lay_out_all(measured);
   const arko::block<char> memory(measured.size());
+  if (!memory) return KOV_SS_ERR_NO_MEMORY;
   const bool keeps_mean = given_mean() && task.mean;
-  arko::block<T> new_mean(keeps_mean && !task.saved_mean ? static_cast<std::size_t>(p) : 0);
-  if (!memory || !new_mean) return KOV_SS_ERR_NO_MEMORY;
+  const auto save_mean = [&] { std::copy_n(field(&SSTask::mean), p, static_cast<T*>(task.saved_mean)); };
+  if (keeps_mean && !task.saved_mean) {
+    arko::block<T> room(static_cast<std::size_t>(p));
+    if (!room) return KOV_SS_ERR_NO_MEMORY;
+    task.saved_mean = room.release();
+    save_mean();
+  }
   std::memset(memory.get(), 0, measured.size());
   arena real(memory.get());
   lay_out_all(real);
@@ -145,10 +151,7 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   for (int32_t t = 1; t < threads; t++) given_mean() ? merge_given_mean(a, parts[t]) : merge(a, parts[t]);
 
   finish(a);
-  if (keeps_mean) {
-    if (!task.saved_mean) task.saved_mean = new_mean.release();
-    std::copy_n(static_cast<const T*>(task.mean), p, static_cast<T*>(task.saved_mean));
-  }
+  if (keeps_mean) save_mean();
   return KOV_SS_OK;
 }
 

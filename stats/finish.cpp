@@ -26,10 +26,10 @@ template <class T> void put(T* to, int64_t i, double value) {
 // lie in it, and with s the sum of w d what is missing is s m' + m s': next to nothing where m is the mean. The
 // blocks before took their own mean out, m + e.
 template <class T> void add_mean_terms(const computation<T>& c, accumulators<T>& a) {
-  const T *m = a.origin, *saved = static_cast<const T*>(c.old_weight > 0 ? c.task.saved_mean : nullptr);
+  const T *m = a.origin, *saved = static_cast<const T*>(c.task.saved_mean);
   double *e = a.mean, *s = a.sums[1];
   for (int64_t i = 0; i < c.p; i++) {
-    e[i] = saved ? static_cast<double>(saved[i]) - m[i] : 0;
+    e[i] = c.old_weight > 0 ? static_cast<double>(saved[i]) - m[i] : 0;
     s[i] += c.old_weight * e[i];
   }
   for (int64_t j = 0; j < c.p; j++)

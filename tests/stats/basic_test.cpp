@@ -10,6 +10,7 @@
 
 #include "core/testing.h"
 #include "tests/stats/reference.h"
+#include "tests/support/child.h"
 
 namespace {
 
@@ -121,14 +122,17 @@ TYPED_TEST(basic_test, agrees_with_definitions) {
   }
 }
 
-// Each estimate alone, with arrays for what it needs only, in one block and in two.
+// Each estimate alone, with arrays for what it needs only, in one block and in two; raw moments also beside the mean.
 TYPED_TEST(basic_test, gives_each_estimate_alone) {
   using T = TypeParam;
-  const std::map<std::string, std::vector<std::string>> needs = {
+  const std::vector<std::pair<std::string, std::vector<std::string>>> needs = {
       {"mean", {}},
       {"raw2", {}},
       {"raw3", {}},
       {"raw4", {}},
+      {"raw2", {"mean"}},
+      {"raw3", {"mean"}},
+      {"raw4", {"mean"}},
       {"central2", {"mean", "raw2"}},
       {"central3", {"mean", "raw2", "raw3"}},
       {"central4", {"mean", "raw2", "raw3", "raw4"}},
@@ -164,7 +168,10 @@ TYPED_TEST(basic_test, gives_each_estimate_alone) {
           made.array("mean").assign(mean.begin(), mean.end());
         }
         for (int b = 0; b < blocks; b++)
-          ASSERT_EQ(made.run(s, b * 100, blocks == 1 || b ? 600 : 100, mask_of(name), how), 0) << name;
+          ASSERT_EQ(made.run(s, b * 100, blocks == 1 || b ? 600 : 100,
+                             mask_of(name) | (made.arrays.contains("mean") ? mask_of("mean") : 0), how),
+                    0)
+              << name;
         for (auto it = made.arrays.begin(); it != made.arrays.end();)  // what is needed need not be written
           it = it->first == name ? std::next(it) : made.arrays.erase(it);
         expect_close(made, r, how, 400 * std::numeric_limits<T>::epsilon(),
@@ -361,12 +368,50 @@ TEST(basic, reads_wide_integers) {
 
 // The mode word is what it was after a correlation, also where fields of it cannot be set back by the setter.
 TEST(basic, keeps_the_mode_word) {
-  const sample s = random_sample(2, 50, none);
-  const std::uint32_t before = arko_zur_kernel_GetMode();
-  computation<double> made(s.p, {});
-  made.array("mean"), made.array("cor");
-  EXPECT_EQ(made.run(s, 0, s.n, mask_of("cor"), {}), 0);
-  EXPECT_EQ(arko_zur_kernel_GetMode(), before);
+  on_new_thread([] {
+    const sample s = random_sample(2, 50, none);
+    const std::uint32_t before = arko_zur_kernel_GetMode();
+    computation<double> made(s.p, {});
+    made.array("mean"), made.array("cor");
+    EXPECT_EQ(made.run(s, 0, s.n, mask_of("cor"), {}), 0);
+    EXPECT_EQ(arko_zur_kernel_GetMode(), before);
+  });
+}
+
+// Another mean given to a later block: the matrix is that of all observations with the mean given last.
+TEST(basic, takes_another_mean) {
+  const sample s = random_sample(3, 400, positive);
+  const std::vector<double> first = {0.5, 1, 2}, last = {1, 0.25, 1.5};
+  const reference r(s, last);
+  const setup how{.method = KOV_SS_GIVEN_MEAN};
+  computation<double> made(s.p, how);
+  made.array("cp"), made.array("mean") = first;
+  ASSERT_EQ(made.run(s, 0, 150, mask_of("cp"), how), 0);
+  made.array("mean") = last;
+  ASSERT_EQ(made.run(s, 150, 400, mask_of("cp"), how), 0);
+  made.arrays.erase("mean");
+  expect_close(made, r, how, 1e-14, "another mean");
+}
+
+// Threads are asked for from 16 observations and 8192 products each on, and for a matrix from as many observations as
+// there are components.
+TEST(basic, asks_for_threads_where_it_is_worth_it) {
+  const struct {
+    int p, n;
+    const char* estimate;
+    bool asks;
+  } cases[] = {{1000, 31, "mean", false}, {1000, 32, "mean", true}, {10, 1638, "mean", false},
+               {10, 1639, "mean", true},  {10, 163, "cov", false},  {10, 164, "cov", true},
+               {60, 119, "cov", false},   {60, 120, "cov", true}};
+  for (const auto& c : cases) {
+    const sample s = random_sample(c.p, c.n, none);
+    const setup how{.threads = 2};
+    computation<double> made(c.p, how);
+    made.array("mean"), made.array(c.estimate);
+    const int32_t before = thread_services::rounds;
+    ASSERT_EQ(made.run(s, 0, c.n, mask_of(c.estimate), how), 0);
+    EXPECT_EQ(thread_services::rounds - before, c.asks) << c.p << ' ' << c.n << ' ' << c.estimate;
+  }
 }
 
 // Infinite and undefined observations spoil their own component only, and a mean stays infinite.
