@@ -245,6 +245,51 @@ typedef int32_t (*DFSearchCallBack)(void* n, const void* site, void* cell, int32
 ARKO_DF_SEARCH_PROTOTYPES(d, double);
 ARKO_DF_SEARCH_PROTOTYPES(s, float);
 
+/* ---- Construction ------------------------------------------------------------------------ */
+
+/*
+ * Each entry writes the coefficients of all functions of the task, for one kind of spline; s_order must be that of the
+ * kind, and s_type FIT_TYPE_KNOT_QUADRATIC with knots. In a cell, with t the distance from its breakpoint x[i], the
+ * spline is c[0] + c[1] t + c[2] t^2 + c[3] t^3.
+ *
+ *   Linear         order 2. FIT_BC_PERIODIC checks that first and last value are the same; others do nothing.
+ *   Quadratic      order 3. FIT_TYPE_DEFAULT with FIT_BC_MIDPOINT: a piece a cell, its derivative continuous, from
+ *                  bc[0], the value in the middle of the first cell. FIT_TYPE_KNOT_QUADRATIC with FIT_IC_KNOTS or
+ *                  FIT_IC_KNOTS_UNIFORM: nx pieces, between knots of which one lies strictly between each two
+ *                  breakpoints; piece i is in powers of the distance from x[i]. With ic null knots lie in the middle.
+ *                  First or second derivatives are given at the ends.
+ *   DefaultCubic   order 4, from second derivatives at the inner breakpoints (ic), as they are.
+ *   NaturalCubic   order 4, second derivatives continuous.
+ *   HermiteCubic   order 4, from first derivatives at the inner breakpoints (ic).
+ *   BesselCubic    order 4, derivatives of the parabolas through each three neighbouring points.
+ *   HymanCubic     order 4, the same, bounded so that a cell is monotone as far as its values allow.
+ *   AkimaCubic     order 4, derivatives weighted by the changes of slope on the other side.
+ *
+ * Least nx: Linear, Quadratic, NaturalCubic 2 (with FIT_BC_NOT_A_KNOT or FIT_BC_PERIODIC 3), DefaultCubic and
+ * HermiteCubic 3, BesselCubic and HymanCubic 4, AkimaCubic 5. Boundary conditions of cubics: FIT_BC_NOT_A_KNOT,
+ * FIT_BC_FREE_END, the four sums of a left and a right bit, FIT_BC_PERIODIC; Akima also FIT_BC_NONE. A periodic
+ * NaturalCubic has continuous derivatives at the joint; the others one derivative at both ends, from the rule of the inner
+ * ones or, with DefaultCubic and HermiteCubic, bc[0]. A NaturalCubic through three points without a knot is
+ * not determined: FIT_ERR_SOLVER.
+ *
+ * `format` is not looked at; `method` must be 0 with Linear and NaturalCubic, and is not looked at by the others.
+ * Checks in order: task, method, nx, yhint, type, conditions, ic, y and coefficients, periodic values. Work
+ * memory is taken by NaturalCubic and by Quadratic with knots (FIT_ERR_MEMORY).
+ */
+#define ARKO_DF_CONSTRUCT_PARAMETERS \
+  void *task, int64_t format, int64_t method, const struct DFThreadServices *threads
+#define ARKO_DF_CONSTRUCT_PROTOTYPES(p)                                             \
+  int32_t arko_df_kernel_##p##DFLinearSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS);       \
+  int32_t arko_df_kernel_##p##DFQuadraticSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS);    \
+  int32_t arko_df_kernel_##p##DFDefaultCubicSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS); \
+  int32_t arko_df_kernel_##p##DFNaturalCubicSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS); \
+  int32_t arko_df_kernel_##p##DFHermiteCubicSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS); \
+  int32_t arko_df_kernel_##p##DFBesselCubicSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS);  \
+  int32_t arko_df_kernel_##p##DFHymanCubicSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS);   \
+  int32_t arko_df_kernel_##p##DFAkimaCubicSpline1D(ARKO_DF_CONSTRUCT_PARAMETERS)
+ARKO_DF_CONSTRUCT_PROTOTYPES(d);
+ARKO_DF_CONSTRUCT_PROTOTYPES(s);
+
 /* ---- Interpolation ----------------------------------------------------------------------- */
 
 /*

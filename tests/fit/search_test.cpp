@@ -13,7 +13,6 @@
 
 #include "core/testing.h"
 #include "tests/fit/tasks.h"
-#include "tests/support/thread_services.h"
 
 namespace {
 
@@ -73,22 +72,6 @@ template <class T> numbers<T> make_sites(const numbers<T>& x, int count, std::mt
   return s;
 }
 
-// Services that run tasks on the spot, the last one first, and note the count of tasks.
-struct on_the_spot {
-  static inline int32_t threads, tasks;
-  static const DFThreadServices* get(int32_t t) {
-    threads = t;
-    tasks = 0;
-    static constexpr DFThreadServices services = {[](int32_t count, int32_t n, void* context, TaskBody body) {
-                                                    tasks += count;
-                                                    for (int32_t task = count; task-- > 0;)
-                                                      body(task, task % n, n, context);
-                                                  },
-                                                  nullptr, nullptr, nullptr, [] { return threads; }};
-    return &services;
-  }
-};
-
 template <class T> class search_of : public testing::Test {};
 using precisions = testing::Types<double, float>;
 TYPED_TEST_SUITE(search_of, precisions);
@@ -142,9 +125,9 @@ TYPED_TEST(search_of, every_method_gives_the_cells_of_the_definition) {
           for (const int32_t t : {1, 2, 4, 5}) {
             std::vector<int64_t> found(static_cast<std::size_t>(nsite) + 1, untouched);
             const auto status = fit_entries<T>::search(task, 0, nsite, sites.data(), w.sitehint, hint,
-                                                       found.data(), nullptr, nullptr, on_the_spot::get(t));
+                                                       found.data(), nullptr, nullptr, recorded(t));
             ASSERT_EQ(status, FIT_OK);
-            EXPECT_EQ(on_the_spot::tasks, expected_slices(w.name, sizeof(T) == 4, nsite, nx, t))
+            EXPECT_EQ(tasks_recorded(), expected_slices(w.name, sizeof(T) == 4, nsite, nx, t))
                 << w.name << ' ' << nsite << ' ' << nx << ' ' << t;
             const auto* const narrow = reinterpret_cast<const int32_t*>(found.data());
             for (int i = 0; i < nsite; i++) {
@@ -346,10 +329,10 @@ TYPED_TEST(search_of, callbacks) {
         std::vector<int64_t> found(301, untouched);
         const double bad_hint[5] = {0, 9, 0, 0, 0};  // not looked at
         const auto status = fit_entries<T>::search(task, 0, r.nsite, sites.data(), 64, bad_hint, found.data(),
-                                                   caller::search, &me, on_the_spot::get(4));
+                                                   caller::search, &me, recorded(4));
         EXPECT_EQ(status, r.status);
         EXPECT_EQ(me.counts, r.counts);
-        EXPECT_EQ(on_the_spot::tasks, 0);
+        EXPECT_EQ(tasks_recorded(), 0);
         for (int i = 0; i < 300; i++) {
           const auto at = static_cast<std::size_t>(i);
           const int64_t cell = wide ? found[at] : reinterpret_cast<const int32_t*>(found.data())[i];

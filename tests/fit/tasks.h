@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "tests/support/recording_services.h"
+
 namespace arko::test {
 
 using std::int32_t;
@@ -30,6 +32,14 @@ template <class T> struct fit_entries;
          arko_df_kernel_##p##DFSortedSearch1D32, arko_df_kernel_##p##DFPeakSearch1D32,          \
          arko_df_kernel_##p##DFHybridSearch1D32, arko_df_kernel_##p##DFUserDefSearch1D32,       \
          arko_df_kernel_##p##DFUniUserDefSearch1D32}};                                          \
+    static constexpr auto linear = arko_df_kernel_##p##DFLinearSpline1D;                        \
+    static constexpr auto quadratic = arko_df_kernel_##p##DFQuadraticSpline1D;                  \
+    static constexpr auto from_second = arko_df_kernel_##p##DFDefaultCubicSpline1D;             \
+    static constexpr auto natural = arko_df_kernel_##p##DFNaturalCubicSpline1D;                 \
+    static constexpr auto hermite = arko_df_kernel_##p##DFHermiteCubicSpline1D;                 \
+    static constexpr auto bessel = arko_df_kernel_##p##DFBesselCubicSpline1D;                   \
+    static constexpr auto hyman = arko_df_kernel_##p##DFHymanCubicSpline1D;                     \
+    static constexpr auto akima = arko_df_kernel_##p##DFAkimaCubicSpline1D;                     \
   };
 ARKO_FIT_ENTRIES(d, double)
 ARKO_FIT_ENTRIES(s, float)
@@ -54,5 +64,17 @@ template <class T> class fit_task {
   void* task_ = nullptr;
   int32_t status_;
 };
+
+// Services with t threads, and the tasks that they were asked for since.
+inline const DFThreadServices* recorded(int32_t t) {
+  recording_services::threads = t;
+  recording_services::rounds.clear();
+  return recording_services::get();
+}
+inline int32_t tasks_recorded() {
+  int32_t tasks = 0;
+  for (const auto& [count, threads] : recording_services::rounds) tasks += count;
+  return tasks;
+}
 
 }  // namespace arko::test
