@@ -91,7 +91,7 @@ std::string broken(std::string image, const std::vector<std::string>& others) {
         image.resize(below(2) ? at : image.size() + below(100));
         break;
       case 5:
-        image.replace(at, below(40), other.substr(below(other.size()), below(40)));
+        image.replace(at, number % 40, other.substr(number / 64 % other.size(), number >> 24 & 31));
         break;
       case 6:
         image = image.substr(0, at) + other.substr(std::min(at, other.size()));

@@ -33,6 +33,8 @@ TEST(shared_data, hold_while_streams_come_and_go) {
         const stream copy(s);
         ASSERT_EQ(__kovSearchChunk(copy.get(), 9), __kovSearchChunk(s.get(), 9));
         ASSERT_EQ(std::memcmp(__kovSearchChunk(copy.get(), 9), id, sizeof id), 0);
+        const stream other = loaded(image_of(s));
+        ASSERT_EQ(__kovSearchChunk(other.get(), 9), __kovSearchChunk(s.get(), 9));
       }
     });
   for (std::thread& thread : threads) thread.join();
