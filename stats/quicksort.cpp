@@ -1,10 +1,8 @@
-// Quicksort and selection by comparison, in place: median of three, insertion sort of short ranges, the larger side
-// put off (Sedgewick 1978, Implementing quicksort programs). Where a range has been split more often than twice its
-// logarithm and is not short yet, as happens with inputs made for that, it is sorted by heap (Musser 1997, Introspective
-// sorting and selection algorithms).
+// The sorters by comparison: plain, strided and paired elements.
+#include "stats/quicksort.h"
+
 #include <arko/stats.h>
 
-#include <bit>
 #include <cstddef>
 #include <utility>
 
@@ -16,9 +14,6 @@ namespace {
 
 using index = std::ptrdiff_t;
 
-constexpr index short_range = 7;
-
-// What is sorted: elements with a key that can be swapped.
 template <class T> struct array {
   T* x;
   T key(index i) const { return x[i]; }
@@ -36,102 +31,10 @@ template <class T> struct pairs {
   void swap(index i, index j) const { std::swap(keys[i], keys[j]), std::swap(payload[i], payload[j]); }
 };
 
-struct range {
-  index left, right;  // both belong to it
-  int splits;         // that are left before the heap takes over
-
-  static range of(index n) { return {0, n - 1, 2 * bits_in(static_cast<std::size_t>(n))}; }
-};
-
-template <class A> void order(const A& a, index i, index j) {
-  if (a.key(i) > a.key(j)) a.swap(i, j);
-}
-
-struct split {
-  index left_end, right_start;  // what lies between is in its place
-};
-
-// Nothing up to left_end is greater than what follows, nothing from right_start on is less than what precedes.
-template <class A> split partition(const A& a, index l, index r) {
-  a.swap((l + r) >> 1, l + 1);
-  order(a, l, r), order(a, l + 1, r), order(a, l, l + 1);
-  const auto pivot = a.key(l + 1);
-  index i = l + 1, j = r;
-  for (;;) {
-    do i++;
-    while (a.key(i) < pivot);
-    do j--;
-    while (a.key(j) > pivot);
-    if (j < i) break;
-    a.swap(i, j);
-  }
-  a.swap(l + 1, j);
-  return {j - 1, i};
-}
-
-template <class A> void insertion_sort(const A& a, index l, index r) {
-  for (index i = l + 1; i <= r; i++)
-    for (index j = i; j > l && a.key(j - 1) > a.key(j); j--) a.swap(j - 1, j);
-}
-
-template <class A> void heap_sort(const A& a, index l, index r) {
-  const auto sift = [&](index node, index n) {
-    for (index child; (child = 2 * node + 1) < n; node = child) {
-      if (child + 1 < n && a.key(l + child) < a.key(l + child + 1)) child++;
-      if (!(a.key(l + node) < a.key(l + child))) return;
-      a.swap(l + node, l + child);
-    }
-  };
-  const index n = r - l + 1;
-  for (index node = n / 2; node-- > 0;) sift(node, n);
-  for (index last = n; --last > 0;) a.swap(l, l + last), sift(0, last);
-}
-
-template <class A> void sort(const A& a, index n) {
-  range put_off[64];  // at most one for each bit of n, as the smaller side goes first
-  int waiting = 0;
-  range now = range::of(n);
-  for (;;) {
-    while (now.right - now.left >= short_range && now.splits-- > 0) {
-      const auto [left_end, right_start] = partition(a, now.left, now.right);
-      range left = {now.left, left_end, now.splits}, right = {right_start, now.right, now.splits};
-      if (right.right - right.left < left.right - left.left) std::swap(left, right);
-      now = left;
-      put_off[waiting++] = right;
-    }
-    if (now.right - now.left < short_range)
-      insertion_sort(a, now.left, now.right);
-    else
-      heap_sort(a, now.left, now.right);
-    if (waiting == 0) return;
-    now = put_off[--waiting];
-  }
-}
-
-template <class T> T select(index n, T* x, index k) {
-  const array<T> a = {x};
-  range now = range::of(n);
-  while (now.right > now.left + 1) {
-    if (now.splits-- == 0) {
-      heap_sort(a, now.left, now.right);
-      return x[k];
-    }
-    const auto [left_end, right_start] = partition(a, now.left, now.right);
-    if (k <= left_end)
-      now.right = left_end;
-    else if (k >= right_start)
-      now.left = right_start;
-    else
-      return x[k];
-  }
-  if (now.right == now.left + 1) order(a, now.left, now.right);
-  return x[k];
-}
-
 }  // namespace
 
 template <class T> void sort_pairs(std::ptrdiff_t n, T* keys, T* payload) {
-  sort(pairs<T>{keys, payload}, n);
+  comparison::sort(pairs<T>{keys, payload}, n);
 }
 template void sort_pairs(std::ptrdiff_t, double*, double*);
 template void sort_pairs(std::ptrdiff_t, float*, float*);
@@ -140,11 +43,13 @@ template void sort_pairs(std::ptrdiff_t, float*, float*);
 
 using namespace kov;
 
-#define SORTERS(p, T)                                                                  \
-  KOV_EXPORT void __kov##p##QSort(std::int32_t n, T* x) { kov::sort(array<T>{x}, n); } \
-  KOV_EXPORT void __kov##p##QSortStep(std::int32_t n, T* x, std::int32_t stride) {     \
-    kov::sort(strided<T>{x, stride}, n);                                               \
-  }                                                                                    \
-  KOV_EXPORT T __kov##p##QSortSelect(std::int32_t n, T* x, std::int32_t k) { return kov::select(n, x, k); }
+#define SORTERS(p, T)                                                                         \
+  KOV_EXPORT void __kov##p##QSort(std::int32_t n, T* x) { comparison::sort(array<T>{x}, n); } \
+  KOV_EXPORT void __kov##p##QSortStep(std::int32_t n, T* x, std::int32_t stride) {            \
+    comparison::sort(strided<T>{x, stride}, n);                                               \
+  }                                                                                           \
+  KOV_EXPORT T __kov##p##QSortSelect(std::int32_t n, T* x, std::int32_t k) {                  \
+    return comparison::select(array<T>{x}, n, k);                                             \
+  }
 SORTERS(d, double)
 SORTERS(s, float)
