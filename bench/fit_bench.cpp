@@ -5,6 +5,7 @@
 
 #include <arko/fit.h>
 #include <benchmark/benchmark.h>
+#include <gsl/gsl_spline.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -88,6 +89,41 @@ BENCHMARK(search_random)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK(std_upper_bound)->UseRealTime();
 BENCHMARK(search_sorted)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK(linear_merge)->UseRealTime();
+
+// Natural cubic splines of as many functions over a million breakpoints.
+struct spline_data {
+  static constexpr std::int64_t most = 4;
+  reals x = random_grid(million), y = random_sites(most * million, x), c = reals(4 * most * million);
+  static spline_data& get() {
+    static spline_data data;
+    return data;
+  }
+};
+void natural_cubic(benchmark::State& state) {
+  spline_data& d = spline_data::get();
+  const std::int64_t ny = state.range(0);
+  arko::test::thread_services::threads = static_cast<int>(state.range(1));
+  void* task;
+  arko_df_kernel_dNewTask1D(&task, million, d.x.data(), FIT_X_NOHINT, ny, d.y.data(), FIT_Y_BYFUNC, 0);
+  arko_df_kernel_dEditPPSpline1D(task, FIT_ORDER_CUBIC, FIT_TYPE_NATURAL, FIT_BC_FREE_END, nullptr,
+                                 FIT_IC_NONE, nullptr, d.c.data(), FIT_C_NOHINT);
+  for (auto _ : state) {
+    arko_df_kernel_dDFNaturalCubicSpline1D(task, 0, 0, arko::test::thread_services::get());
+    benchmark::ClobberMemory();
+  }
+  arko_df_kernel_DeleteTask(&task);
+}
+void gsl_natural_cubic(benchmark::State& state) {
+  spline_data& d = spline_data::get();
+  gsl_spline* spline = gsl_spline_alloc(gsl_interp_cspline, million);
+  for (auto _ : state) {
+    gsl_spline_init(spline, d.x.data(), d.y.data(), million);
+    benchmark::ClobberMemory();
+  }
+  gsl_spline_free(spline);
+}
+BENCHMARK(natural_cubic)->Args({1, 1})->Args({4, 1})->Args({4, 2})->UseRealTime();
+BENCHMARK(gsl_natural_cubic)->UseRealTime();
 
 }  // namespace
 
