@@ -81,11 +81,13 @@ template <class T> void find_base(const observations<T>& data, T* base, double* 
   constexpr std::int64_t few = 64;
   observations<T> some = data.range(0, std::min(data.count, few));
   some.w = nullptr;
-  clear(base, data.components);
+  // About the first of them, so that a component that never changes has deviations of exactly 0.
+  for (std::int64_t i = 0; i < data.components; i++) base[i] = *data.component(i);
+  make_finite(base, data.components);
   clear(work, data.components);
   add_power_sums(some, base, 1, &work);
   for (std::int64_t i = 0; i < data.components; i++)
-    base[i] = static_cast<T>(work[i] / static_cast<double>(some.count));
+    base[i] = static_cast<T>(base[i] + work[i] / static_cast<double>(some.count));
   make_finite(base, data.components);
 }
 

@@ -10,10 +10,9 @@
 #include <cstdint>
 
 #include "stats/observations.h"
+#include "stats/power_sums.h"
 
 namespace [[gnu::visibility("hidden")]] kov {
-
-inline constexpr int max_order = 4;
 
 template <class T> struct accumulators {
   std::int64_t components;

@@ -1,3 +1,5 @@
+// Both layouts, orders and weights are instances of two loops: along the observations of a component, and across some
+// components side by side.
 #include "stats/power_sums.h"
 
 #include <algorithm>
@@ -6,8 +8,6 @@
 
 namespace kov {
 namespace {
-
-constexpr int max_order = 4;
 
 // Registers whose sums run beside each other: enough to hide the latency of an addition, few enough to stay registers.
 constexpr int width_of(int order) { return order <= 2 ? 4 : 2; }

@@ -4,7 +4,9 @@
 
 namespace [[gnu::visibility("hidden")]] kov {
 
-// sums[k - 1][i] += sum over the observations of w (x_i - origin_i)^k, for k from 1 to order, at most 4.
+inline constexpr int max_order = 4;
+
+// sums[k - 1][i] += sum over the observations of w (x_i - origin_i)^k, for k from 1 to order.
 //
 // Within a tile of the data that the nearest cache holds, sums run in the type of the data, some at a time; the sums of
 // tiles are added in double.

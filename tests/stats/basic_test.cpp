@@ -431,6 +431,23 @@ TEST(basic, special_observations) {
   }
 }
 
+// A component that never changes has no variance at all, and that number for its mean.
+TEST(basic, constant_component) {
+  sample s = random_sample(3, 9000, none);
+  for (int j = 0; j < s.n; j++) s.x[3 * j + 1] = 0.1;
+  for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS})
+    for (const int32_t layout : {KOV_SS_OBSERVATIONS, KOV_SS_COMPONENTS})
+      for (const int threads : {1, 2}) {
+        const setup how{.method = method, .layout = layout, .threads = threads};
+        computation<double> made(s.p, how);
+        for (const char* name : {"mean", "raw2", "central2", "cov"}) made.array(name);
+        ASSERT_EQ(made.run(s, 0, s.n, 0x1011, how), 0);
+        EXPECT_EQ(made.array("mean")[1], 0.1) << method;
+        EXPECT_EQ(made.array("central2")[1], 0) << method;
+        for (const int i : {1, 3, 4, 5, 7}) EXPECT_EQ(made.array("cov")[i], 0) << method << ' ' << i;
+      }
+}
+
 // ---- Data with known results
 
 std::vector<std::vector<double>> columns(const std::string& file) {
