@@ -36,7 +36,7 @@ struct image_header {
 };
 static_assert(sizeof(image_header) == 24);
 
-// Of versions before 2, which stand in the first byte.
+// Of images whose first byte is not 2: those of earlier versions.
 struct old_header {
   char unread1[10];
   uint16_t StateBytes, ChunkCount, unread2;
