@@ -16,6 +16,7 @@
 
 #include "core/block.h"
 #include "fit/construct.h"
+#include "fit/natural_windows.h"
 #include "fit/slices.h"
 
 namespace fit { namespace {
@@ -38,8 +39,10 @@ template <class T> class natural {
   explicit natural(const spline<T>& spline) : s(spline), n(spline.n) {}
 
   status run(const DFThreadServices* services) {
+    const int64_t t = threads(services);
+    if (n >= windows<T>::least_n && !s.periodic()) return run_windows(services, static_cast<int32_t>(t));
     constexpr int64_t together = 4;  // functions, where they are solved for one group after the other
-    const int64_t t = threads(services), columns = t > 1 ? t : s.ny < together ? s.ny : together;
+    const int64_t columns = t > 1 ? t : s.ny < together ? s.ny : together;
     const auto size = static_cast<std::size_t>(n);
     const arko::block<T> work(size * static_cast<std::size_t>(3 + s.periodic() + columns));
     if (!work) return FIT_ERR_MEMORY;
@@ -102,11 +105,62 @@ template <class T> class natural {
     }
   }
 
-  template <class Body> void in_chunks(chunk<T>& c, Body body) {
-    for (int64_t from = 0; from < n - 1; from += chunk<T>::cells) {
-      c.set_cells(s, from, from + chunk<T>::cells < n - 1 ? from + chunk<T>::cells : n - 1);
+  equation<T> first_equation(const values<T>& y) const {
+    const T h0 = s.h(0), h1 = n > 2 ? s.h(1) : 0, m0 = s.m(y, 0), m1 = n > 2 ? s.m(y, 1) : m0;
+    equation<T> e = {};
+    end_row(s.left, h0, h1, e.diagonal, e.above);
+    e.side = end_side(s.left, h0, h1, m0, m1, m1 - m0, s.left_value());
+    return e;
+  }
+  equation<T> last_equation(const values<T>& y) const {
+    const int64_t l = n - 2;
+    const T h0 = s.h(l), h1 = n > 2 ? s.h(l - 1) : 0, m0 = s.m(y, l), m1 = n > 2 ? s.m(y, l - 1) : m0;
+    equation<T> e = {};
+    end_row(s.right, h0, h1, e.diagonal, e.below);
+    e.side =
+        end_side(s.right, h0, h1, m0, m1, 0, s.right == end::second ? -s.right_value() : s.right_value());
+    return e;
+  }
+
+  template <class Body> void in_chunks(chunk<T>& c, Body body, int64_t from, int64_t to) {
+    for (; from < to; from += chunk<T>::cells) {
+      c.set_cells(s, from, from + chunk<T>::cells < to ? from + chunk<T>::cells : to);
       body();
     }
+  }
+  template <class Body> void in_chunks(chunk<T>& c, Body body) { in_chunks(c, body, 0, n - 1); }
+
+  // Writes the cells of a chunk from e[stride * k] at its breakpoint k.
+  void write(chunk<T>& c, int64_t f, const T* e, int64_t stride) {
+    c.set_values(s, s.y(f));
+    T* const m = c.m();
+    if (c.first + c.count == n - 1) m[c.count] = m[c.count - 1];
+    c.write_cubic(
+        s.row(f), [=](int64_t k) { return m[k] + e[stride * k]; }, [=](int64_t k) { return -e[stride * k]; },
+        [=](int64_t k) { return (m[k] - m[k + 1]) - e[stride * (k + 1)]; });
+    // As it was given: m + e has a rounding.
+    if (c.first == 0 && s.left == end::first) s.row(f)[1] = s.left_value();
+  }
+
+  // Many breakpoints, a function after the other or on a thread.
+  status run_windows(const DFThreadServices* services, int32_t t) {
+    using system = windows<T>;
+    const arko::block<T> work(static_cast<std::size_t>(system::room * t));
+    if (!work) return FIT_ERR_MEMORY;
+    const auto function = [&](int32_t f, int32_t thread) {
+      const values<T> y = s.y(f);
+      chunk<T> c;
+      return system::solve(s, y, first_equation(y), last_equation(y), work.get() + system::room * thread,
+                           [&](int64_t from, int64_t to, const T* e) {
+                             in_chunks(
+                                 c, [&] { write(c, f, e + system::lanes * (c.first - from), system::lanes); },
+                                 from, to);
+                           });
+    };
+    if (t > 1) return run_tasks(services, s.ny, t, function);
+    for (int32_t f = 0; f < s.ny; f++)
+      if (const status e = function(f, 0); e != FIT_OK) return e;
+    return FIT_OK;
   }
 
   void set_matrix() {
@@ -149,15 +203,14 @@ template <class T> class natural {
       T* const b = sides + (g - f) * n;
       const int64_t l = n - 2;
       const T first = s.h(0), last = s.h(l), m0 = s.m(y, 0), m_last = s.m(y, l);
-      const T second = n > 2 ? s.h(1) : 0, before = n > 2 ? s.h(l - 1) : 0;
-      const T m1 = n > 2 ? s.m(y, 1) : m0, m_before = n > 2 ? s.m(y, l - 1) : m0;
-      if (n > 2) b[l] = 2 * last * (m_before - m_last) + before * (s.periodic() ? m_last - m0 : 0);
-      if (s.periodic()) {
-        b[0] = 2 * first * (m_last - m0) + last * (m0 - m1);
-      } else {
-        b[0] = end_side(s.left, first, second, m0, m1, m1 - m0, s.left_value());
-        const T given = s.right == end::second ? -s.right_value() : s.right_value();
-        b[n - 1] = end_side(s.right, last, before, m_last, m_before, 0, given);
+      if (n > 2) {
+        const T m1 = s.m(y, 1), m_before = s.m(y, l - 1);
+        b[l] = 2 * last * (m_before - m_last) + s.h(l - 1) * (s.periodic() ? m_last - m0 : 0);
+        if (s.periodic()) b[0] = 2 * first * (m_last - m0) + last * (m0 - m1);
+      }
+      if (!s.periodic()) {
+        b[0] = first_equation(y).side;
+        b[n - 1] = last_equation(y).side;
       }
     }
   }
@@ -176,18 +229,8 @@ template <class T> class natural {
     }
     chunk<T> c;
     in_chunks(c, [&] {
-      for (int64_t g = f; g < f_end; g++) {
-        c.set_values(s, s.y(g));
-        T* const m = c.m();
-        if (c.first + c.count == n - 1) m[c.count] = m[c.count - 1];
-        const T* const e = sides + (g - f) * n + c.first;
-        c.write_cubic(
-            s.row(g), [=](int64_t k) { return m[k] + e[k]; }, [=](int64_t k) { return -e[k]; },
-            [=](int64_t k) { return (m[k] - m[k + 1]) - e[k + 1]; });
-      }
+      for (int64_t g = f; g < f_end; g++) write(c, g, sides + (g - f) * n + c.first, 1);
     });
-    if (s.left == end::first)  // as it was given: m + e has a rounding
-      for (int64_t g = f; g < f_end; g++) s.row(g)[1] = s.left_value();
     return FIT_OK;
   }
 };

@@ -547,17 +547,36 @@ TYPED_TEST(construct_of, akima_and_hyman_at_corners) {
     }
 }
 
+// Long enough to be solved in windows, with a last window of any length; and just not long enough.
 TYPED_TEST(construct_of, long_and_rough) {
   using T = TypeParam;
   std::mt19937 random(7);
-  const int n = sizeof(T) == 8 ? 100000 : 30000;
-  for (const int64_t bc_type : {1, 2, 64}) {
-    const data<T> in(n, 1, grid::rough, random, bc_type == 64);
+  const int longest = sizeof(T) == 8 ? 100000 : 30000;
+  const std::pair<int, int64_t> rows[] = {{4095, 36}, {4096, 24}, {4097, 12},   {4098, 1},
+                                          {8191, 48}, {8192, 24}, {8193, 36},   {8194, 1},
+                                          {9300, 12}, {9300, 2},  {longest, 1}, {longest, 64}};
+  for (const auto& [n, bc_type] : rows)
+    for (const grid g : {grid::rough, grid::uniform}) {
+      const data<T> in(n, 1, g, random, bc_type == 64);
+      int32_t status;
+      const numbers<T> c = coefficients(in, {4, FIT_TYPE_NATURAL, bc_type, 0}, storage::by_function,
+                                        fit_entries<T>::natural, nullptr, status);
+      ASSERT_EQ(status, FIT_OK);
+      check_cubic(in, c, "natural", bc_type, "long " + std::to_string(n) + " bc " + std::to_string(bc_type));
+    }
+}
+
+// Steps of zero leave no pivot.
+TYPED_TEST(construct_of, equal_breakpoints_are_refused) {
+  using T = TypeParam;
+  std::mt19937 random(9);
+  for (const int n : {10, 9000}) {
+    data<T> in(n, 1, grid::rough, random);
+    in.x[6] = in.x[7] = in.x[5];
     int32_t status;
-    const numbers<T> c = coefficients(in, {4, FIT_TYPE_NATURAL, bc_type, 0}, storage::by_function,
-                                      fit_entries<T>::natural, nullptr, status);
-    ASSERT_EQ(status, FIT_OK);
-    check_cubic(in, c, "natural", bc_type, "long " + std::to_string(bc_type));
+    coefficients(in, {4, FIT_TYPE_NATURAL, 2, 0}, storage::by_function, fit_entries<T>::natural, nullptr,
+                 status);
+    EXPECT_EQ(status, FIT_ERR_SOLVER) << n;
   }
 }
 
@@ -658,6 +677,8 @@ TYPED_TEST(construct_of, memory_and_slices) {
       {fit_entries<T>::natural, {4, 2, 64, 0}, 600, 1, 2, 0, 1},
       {fit_entries<T>::natural, {4, 2, 64, 0}, 300, 3, 8, 3, 1},
       {fit_entries<T>::natural, {4, 2, 2, 0}, 299, 3, 8, 0, 1},
+      {fit_entries<T>::natural, {4, 2, 2, 0}, 9000, 3, 1, 0, 1},
+      {fit_entries<T>::natural, {4, 2, 2, 0}, 9000, 3, 2, 3, 1},
       {fit_entries<T>::bessel, {4, 4, 2, 0}, 102, 5, 2, 0, 0},
       {fit_entries<T>::bessel, {4, 4, 2, 0}, 103, 5, 2, 2, 0},
       {fit_entries<T>::akima, {4, 5, 2, 0}, 4098, 5, 8, 6, 0},
