@@ -39,7 +39,11 @@ template <class T> void fold(accumulators<T>& a, const weight_sums& block) {
   const auto e_of = [&](std::int64_t i) { return (double(a.base[i]) - double(a.origin[i])) + a.mean[i]; };
   const auto t1_of = [&](std::int64_t i) { return a.sums[1][i] + before * e_of(i); };
   if (a.q) {
-    if (before != 0) add_square(a, before, e_of);
+    // Deviations of the last bit matter where means are some 10^8 times as large as other deviations.
+    bool matters = false;
+    for (std::int64_t i = 0; i < a.components; i++)
+      matters |= before * (e_of(i) * e_of(i)) > 0x1p-60 * double(a.q[i * a.components + i]);
+    if (matters) add_square(a, before, e_of);
     add_square(a, -1 / weight, t1_of);
   }
   for (std::int64_t i = 0; i < a.components; i++) {
@@ -73,7 +77,8 @@ void in_blocks(const accumulators<T>& a, const observations<T>& data, Step step)
 
 std::int64_t block_size(std::int64_t p, std::int64_t bytes_of_real, int copies) {
   constexpr std::int64_t bytes = 0x40000;
-  const std::int64_t least = copies ? 256 : 64;  // products have to be worth the work between blocks
+  // Between blocks the whole matrix is changed: with as many observations as components products are worth that.
+  const std::int64_t least = copies ? std::max<std::int64_t>(p, 64) : 64;
   return std::max(bytes / bytes_of_real / p / (1 + copies), least);
 }
 

@@ -10,11 +10,11 @@ namespace {
 
 using std::int64_t;
 
-// Up to so many components the routines of BLAS take longer to arrange the data than to multiply: for 10 of them
-// the loop below needs half the time.
+// Up to so many components the routines of BLAS take longer to arrange the data than to multiply: a covariance of 10
+// takes 0.8 of the time with the loop below.
 constexpr int64_t few_components = 16;
 
-// For a few components: the observations less the origin, turned into rows. In pairs of observations and of components.
+// For a few components: the observations less the origin, turned into rows, a few of each row at a time.
 template <class T> void turn(const observations<T>& data, const T* origin, T* to) {
   const int64_t p = data.components, n = data.count;
   int64_t j = 0;
