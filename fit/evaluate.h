@@ -55,7 +55,7 @@ inline void keep_in(int64_t nx, int n, int32_t* cell) {
 }
 
 // The polynomial of a cell; the outer ones serve the sites beyond the ends.
-inline int32_t polynomial_of(int32_t cell, int64_t nx) {
+inline int32_t polynomial_of(int32_t cell, int32_t nx) {
   return (cell > 0 ? cell - 1 : 0) - (cell >= nx ? 1 : 0);
 }
 
@@ -78,7 +78,7 @@ status locate(kind k, const Grid& x, const knots<T>& t, const request& ask, int 
   switch (k) {
     case kind::knot_quadratic:
       for (int i = 0; i < n; i++) {
-        index[i] = polynomial_of(cell[i], x.n);
+        index[i] = polynomial_of(cell[i], last + 1);
         if (site[i] >= t.at(x, index[i] + 1)) index[i]++;
         offset[i] = site[i] - x[index[i]];
       }
@@ -106,10 +106,8 @@ status locate(kind k, const Grid& x, const knots<T>& t, const request& ask, int 
       }
       return FIT_OK;
     default:
-      for (int i = 0; i < n; i++) {
-        index[i] = polynomial_of(cell[i], x.n);
-        offset[i] = site[i] - x[index[i]];
-      }
+      for (int i = 0; i < n; i++) index[i] = polynomial_of(cell[i], last + 1);
+      for (int i = 0; i < n; i++) offset[i] = site[i] - x[index[i]];
       return FIT_OK;
   }
 }

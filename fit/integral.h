@@ -51,7 +51,7 @@ template <class T, class Grid, int fixed_order> struct cell_pieces : polynomials
   using base = polynomials<T, Grid, fixed_order>;
   using base::row, base::order, base::x;
 
-  int32_t piece(int32_t cell, T) const { return polynomial_of(cell, x.n); }
+  int32_t piece(int32_t cell, T) const { return polynomial_of(cell, static_cast<int32_t>(x.n)); }
   T begin(int32_t j) const { return x[j]; }
   T end(int32_t j) const { return x[j + 1]; }
   T whole(int32_t j) const {

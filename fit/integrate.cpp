@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
+#include "fit/ascending.h"
 #include "fit/integral.h"
 #include "fit/scratch.h"
-#include "fit/search.h"
 #include "fit/slices.h"
 
 namespace fit { namespace {
@@ -79,7 +79,7 @@ template <class T> struct integration {
       ramp<T>(side.v, nlim).fill(first, n, b.even);
       b.v = b.even;
     }
-    const status s = find_cells(side.find, n, b.v, start, b.cell);
+    const status s = find_next_cells(side.find, n, b.v, start, b.cell);
     if (side.find.callback) keep_in(t.nx, n, b.cell);
     return s;
   }
@@ -122,8 +122,8 @@ template <class T> struct integration {
       if (s >= 0 && ku == outermost)
         s = part(behind, std::max(l, x[t.nx - 1]), outermost, u, outermost, row, theirs);
       if (s >= 0 && ku > 0 && kl < outermost)
-        s = part(within, std::max(l, x[polynomial_of(kl, t.nx)]), kl,
-                 std::min(u, x[polynomial_of(ku, t.nx) + 1]), ku, row, theirs);
+        s = part(within, std::max(l, x[polynomial_of(kl, outermost)]), kl,
+                 std::min(u, x[polynomial_of(ku, outermost) + 1]), ku, row, theirs);
       return s;
     });
   }

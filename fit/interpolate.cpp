@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
+#include "fit/ascending.h"
 #include "fit/evaluate.h"
 #include "fit/scratch.h"
-#include "fit/search.h"
 #include "fit/slices.h"
 
 namespace fit { namespace {
@@ -141,7 +141,7 @@ template <class T> struct interpolation {
     }
     if (type == given_cells)
       read_cells(first, n, w.cell);
-    else if (const status found = find_cells(find, n, s, start, w.cell); found < 0)
+    else if (const status found = find_next_cells(find, n, s, start, w.cell); found < 0)
       return found;
     if (type & write_cells_bit) write_cells(first, n, w.cell);
     if (find.callback && type != given_cells) keep_in(t.nx, n, w.cell);

@@ -183,6 +183,39 @@ TEST(interpolation, takes_evenly_spaced_sites_by_their_ends) {
     }
 }
 
+// Ascending sites, dense and sparse among many breakpoints, in crowds, on breakpoints, beyond the ends and told wrongly.
+template <class T> void ascending() {
+  piecewise<T> p(cubic, false, 3000, 1);
+  const fit_task<T> task(p.nx, p.x.data(), 0, 1, p.y.data());
+  ASSERT_EQ(p.describe(task), 0);
+  std::mt19937 random(5);
+  for (const int64_t nsite : {64, 200, 700, 3000, 10000}) {
+    call<T> c;
+    c.type = FIT_INTERP_CELLS, c.sitehint = FIT_SITE_SORTED, c.nsite = nsite;
+    std::uniform_real_distribution<> anywhere(p.ends[0] - 5, p.ends[1] + 5), crowd(100, 101);
+    for (int64_t i = 0; i < nsite; i++)
+      c.site.push_back(i % 5 == 0   ? p.x[random() % p.x.size()]
+                       : i % 5 == 1 ? static_cast<T>(crowd(random))
+                                    : static_cast<T>(anywhere(random)));
+    std::vector<T> sites = c.site;
+    std::sort(sites.begin(), sites.end());
+    c.site.swap(sites);
+    ASSERT_EQ(c(task, 1, false), 0);
+    expect_results(p, c, c.site);
+    sites[nsite / 2] = std::numeric_limits<T>::quiet_NaN();
+    c.site = sites;  // not ascending
+    ASSERT_EQ(c(task, 1, false), 0);
+    for (const int64_t cell : c.cells) EXPECT_TRUE(cell >= 0 && cell <= p.nx);
+    c.sitehint = 0;
+    ASSERT_EQ(c(task, 1, false), 0);
+    EXPECT_TRUE(std::isnan(c.r[nsite / 2]));
+  }
+}
+TEST(interpolation, takes_ascending_sites_of_any_density) {
+  ascending<double>();
+  ascending<float>();
+}
+
 TEST(interpolation, lookup_takes_breakpoints_only) {
   const double x[] = {0, 1, 3, 4}, ends[] = {0, 3}, y[] = {5, 6, 7, 8};
   const double tiny = 0x1p-41, large = 0x1p-39;
