@@ -13,8 +13,8 @@ namespace kov {
 namespace {
 
 constexpr slots matrices = {cov, cor, cp};
-constexpr int64_t largest_matrix =
-    1 << 28;  // rows; beyond it p * p * 8 bytes cannot be told in 64 bits, let alone had
+// Rows; beyond it p * p * 8 bytes cannot be told in 64 bits, let alone had.
+constexpr int64_t largest_matrix = 1 << 28;
 
 template <class T> status read_observations(const SSTask& task, observations<T>& data) {
   if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
