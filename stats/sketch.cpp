@@ -14,17 +14,19 @@ using std::int32_t;
 namespace kov {
 namespace {
 
-template <class T> struct shape {
+struct shape {
   int32_t block, levels;  // a block below 1: there is no memory for such a stage
 };
 
-// b = lg / eps and L = lg + 2 with lg = log2(N eps), cut to integers. With eps near 1 a block may come out as 0, and the
-// levels too few for the N / b blocks: then they are a block of 1, and as many levels as it takes.
-template <class T> shape<T> shape_of(int32_t stage, T eps) {
+// b = lg / eps and L = lg + 2 with lg = log2(N eps), cut to integers. A block is even, so that halving leaves nothing
+// over, and at least 2 / eps: in the first stage, of 2 / eps numbers, every second one counts. Only with eps = 1 is a block
+// of 1 as good as another. There are levels for all blocks, which with eps near 1 takes more than L.
+template <class T> shape shape_of(int32_t stage, T eps) {
   const T size = stage_size(stage, eps);
-  const T lg = static_cast<T>(_kovdLn(size * eps) * 1.4426950408889634), block = std::trunc(lg * (1 / eps));
+  const T lg = static_cast<T>(_kovdLn(size * eps) * 1.4426950408889634),
+          block = std::trunc(std::max(lg, eps < 1 ? T(2) : T(1)) * (1 / eps));
   if (!std::isfinite(size) || !(block < T(std::numeric_limits<int32_t>::max() - 1))) return {0, 0};
-  const int32_t b = std::max(static_cast<int32_t>(block), 1);
+  const int32_t b = eps < 1 ? (static_cast<int32_t>(block) + 1) / 2 * 2 : static_cast<int32_t>(block);
   const auto blocks = static_cast<std::uint32_t>(stage_capacity(stage, eps) / b);
   return {b, std::max(static_cast<int32_t>(lg + T(2)), bits_in(blocks))};
 }

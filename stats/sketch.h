@@ -4,7 +4,7 @@
 // block of b numbers; every other level is free or holds a run, b/2 numbers that stand for as many as 2^(level - 1)
 // blocks had. A full block is sorted, and each second number of it becomes a run, which goes to level 1; where a level
 // is taken already, its run and the new one are merged, each second number is kept, and the result goes on to the next
-// level. So a stage keeps log2(N eps) levels for its N numbers, and what halving loses adds up to less than eps N
+// level. So a stage keeps log2(N eps) levels for its N numbers, and what halving loses adds up to at most eps N
 // (Zhang and Wang 2007, A fast algorithm for approximate quantiles in high speed data streams).
 #pragma once
 #include <arko/stats.h>
@@ -22,11 +22,13 @@ template <class T, class Rank> struct run {
   T* value;
   Rank *rank_min, *rank_max;
   std::size_t size;
+  Rank weight;  // how many numbers it stands for
 };
 
 // Merges a and b, in which equal numbers of a go first, and keeps each step-th entry from the first on. `out` has room
 // for one entry more than are kept. An entry has at least the numbers below it in its own run and those below the last
-// entry taken from the other; and at most those up to it and up to what comes next of the other, without that itself.
+// entry taken from the other; and at most those up to it and up to what comes next of the other, without that itself, or
+// all of the other where nothing comes next.
 template <int step, class T, class RankA, class RankB, class Rank>
 void merge(const run<T, RankA>& a, const run<T, RankB>& b, run<T, Rank>& out) {
   std::size_t i = 0, j = 0, n = 0;
@@ -44,9 +46,9 @@ void merge(const run<T, RankA>& a, const run<T, RankB>& b, run<T, Rank>& out) {
     put(first ? x : y, below_a + below_b, most);
     i += first, j += !first;
   }
-  const Rank most_a = a.size ? a.rank_max[a.size - 1] : 0, most_b = b.size ? b.rank_max[b.size - 1] : 0;
-  for (; i < a.size; i++) put(a.value[i], a.rank_min[i] + below_b, a.rank_max[i] + most_b);
-  for (; j < b.size; j++) put(b.value[j], b.rank_min[j] + below_a, b.rank_max[j] + most_a);
+  for (; i < a.size; i++) put(a.value[i], a.rank_min[i] + below_b, a.rank_max[i] + Rank{b.weight});
+  for (; j < b.size; j++) put(b.value[j], b.rank_min[j] + below_a, b.rank_max[j] + Rank{a.weight});
+  out.weight = Rank{a.weight} + b.weight;
   out.size = (n + step - 1) / step;
 }
 
@@ -65,8 +67,10 @@ struct SketchStage {
   template <class T> run<T, std::int32_t> level(std::int32_t l) const {
     const auto at = static_cast<std::size_t>(l) * (static_cast<std::size_t>(block) + 1);
     return {static_cast<T*>(values) + at, rank_min + at, rank_max + at,
-            l == 0 ? static_cast<std::size_t>(fill) : half()};
+            l == 0 ? static_cast<std::size_t>(fill) : half(), l == 0 ? fill : block << (l - 1)};
   }
+  // The greatest number of the blocks that have left level 0, if any has; halving may lose it. It stands behind level 0.
+  template <class T> T& greatest() const { return static_cast<T*>(values)[block]; }
   // Calls f with every run, from level 0 on.
   template <class T, class F> void for_runs(F&& f) const {
     for (std::int32_t l = 0; l <= top_level; l++)
@@ -106,7 +110,7 @@ template <class T> struct sketch_work {
     auto* numbers = static_cast<T*>(memory);
     auto* ranks = reinterpret_cast<std::int32_t*>(numbers + 2 * b);
     for (run<T, std::int32_t>& r : runs) {
-      r = {numbers, ranks, ranks + b, 0};
+      r = {numbers, ranks, ranks + b, 0, 0};
       numbers += b, ranks += 2 * b;
     }
   }

@@ -84,7 +84,10 @@ template <class T> void flush(SketchStage& stage, sketch_work<T> work) {
   auto &rising = work.runs[0], &merged = work.runs[1];
   const auto block = stage.level<T>(0);
   radix_sort(block.value, rising.value, block.size);
+  T &greatest = stage.greatest<T>(), last = block.value[block.size - 1];
+  if (stage.top_level == 0 || key_of(last) > key_of(greatest)) greatest = last;
   rising.size = stage.half();
+  rising.weight = stage.block;
   for (std::size_t i = 0; i < rising.size; i++) {
     rising.value[i] = block.value[2 * i];
     rising.rank_min[i] = rising.rank_max[i] = static_cast<int32_t>(2 * i + 1);
@@ -174,12 +177,12 @@ template <class T> status find_quantiles(const SketchComponent& c, const T* orde
     c.stages[s].for_runs<T>([&](const run<T, int32_t>& r) { total += r.size; });
     seen += c.stages[s].seen;
   }
-  const std::size_t room = total + 1;
+  const std::size_t room = total + 2;  // one for the merge, one for the greatest
   arko::block<T> numbers(2 * room);
   arko::block<int64_t> ranks(4 * room);
   if (!numbers || !ranks) return KOV_SS_ERR_NO_MEMORY;
-  run<T, int64_t> list = {numbers.get(), ranks.get(), ranks.get() + room, 0},
-                  merged = {list.value + room, list.rank_max + room, list.rank_max + 2 * room, 0};
+  run<T, int64_t> list = {numbers.get(), ranks.get(), ranks.get() + room, 0, 0},
+                  merged = {list.value + room, list.rank_max + room, list.rank_max + 2 * room, 0, 0};
   for (int32_t s = 0; s < c.stage_count; s++) {
     radix_sort(c.stages[s].level<T>(0).value, merged.value, static_cast<std::size_t>(c.stages[s].fill));
     c.stages[s].for_runs<T>([&](const run<T, int32_t>& r) {
@@ -187,6 +190,18 @@ template <class T> status find_quantiles(const SketchComponent& c, const T* orde
       std::swap(list, merged);
     });
   }
+  if (seen == 0) return KOV_SS_OK;
+  T greatest = list.size ? list.value[list.size - 1] : T();
+  bool known = list.size != 0;
+  for (int32_t s = 0; s < c.stage_count; s++)
+    if (const SketchStage& stage = c.stages[s]; stage.top_level > 0) {
+      const T other = stage.greatest<T>();
+      if (!known || key_of(other) > key_of(greatest)) greatest = other;
+      known = true;
+    }
+  list.value[list.size] = greatest, list.rank_min[list.size] = list.rank_max[list.size] = seen;
+  list.size++;
+
   for (int64_t k = 0; k < m; k++) {
     const double rank = static_cast<double>(orders[k]) * static_cast<double>(seen);
     int64_t best = 2 * seen;
