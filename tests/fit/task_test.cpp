@@ -48,7 +48,8 @@ TYPED_TEST(task_of, creation_checks_in_order) {
     void* task = &task;
     EXPECT_EQ(fit_entries<T>::new_task(&task, r.nx, r.x, r.xhint, r.ny, r.y, r.yhint, 0), r.status);
     EXPECT_EQ(task != nullptr, r.status == FIT_OK || r.status == FIT_ERR_MEMORY);
-    EXPECT_EQ(arko_df_kernel_DeleteTask(&task), task ? FIT_OK : FIT_ERR_NULL_TASK);
+    const int32_t deleted = task ? FIT_OK : FIT_ERR_NULL_TASK;
+    EXPECT_EQ(arko_df_kernel_DeleteTask(&task), deleted);
     EXPECT_EQ(task, nullptr);
     EXPECT_EQ(arko_df_kernel_DeleteTask(&task), FIT_ERR_NULL_TASK);
   }
