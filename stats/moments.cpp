@@ -65,22 +65,12 @@ template <class T> void fold(accumulators<T>& a, const weight_sums& block) {
 // step(block) for one block of the observations after the other.
 template <class T, class Step>
 void in_blocks(const accumulators<T>& a, const observations<T>& data, Step step) {
-  // Without a copy contiguous components are better read in long pieces.
-  constexpr std::int64_t piece = 4096;
-  const std::int64_t fitting = block_size(a.components, sizeof(T), copies_of(data, a.q));
-  const std::int64_t size = data.rows() && !a.q ? std::max(fitting, piece) : fitting;
+  const std::int64_t size = block_size(data, a.q);
   for (std::int64_t first = 0; first < data.count; first += size)
     step(data.range(first, std::min(size, data.count - first)));
 }
 
 }  // namespace
-
-std::int64_t block_size(std::int64_t p, std::int64_t bytes_of_real, int copies) {
-  constexpr std::int64_t bytes = 0x40000;
-  // Between blocks the whole matrix is changed: with as many observations as components products are worth that.
-  const std::int64_t least = copies ? std::max<std::int64_t>(p, 64) : 64;
-  return std::max(bytes / bytes_of_real / p / (1 + copies), least);
-}
 
 template <class T> void find_base(const observations<T>& data, T* base, double* work) {
   constexpr std::int64_t few = 64;

@@ -33,16 +33,19 @@ template <class T> struct accumulators {
   T *q, *vector, *block, *scaled;
 };
 
-// How many observations of p components make a block that stays in the second cache with its copies.
-std::int64_t block_size(std::int64_t p, std::int64_t bytes_of_real, int copies);
-// The number of copies, and the reals that each needs.
-template <class T> int copies_of(const observations<T>& data, bool matrix) {
-  return !matrix ? 0 : data.w ? 2 : 1;
+// How many observations make a block that stays in the second cache, with the copies that a matrix needs.
+template <class T> std::int64_t block_size(const observations<T>& data, bool matrix) {
+  constexpr std::int64_t cache = 0x40000 / sizeof(T), least = 64;
+  const std::int64_t p = data.components, fitting = cache / p;
+  // Contiguous components are better read in long pieces.
+  if (!matrix) return std::max<std::int64_t>(fitting, data.rows() ? 4096 : least);
+  // Between blocks the whole matrix is changed: with as many observations as components products are worth that.
+  return std::max({fitting / (data.w ? 3 : 2), p, least});
 }
+// The reals that each copy needs; one pass takes components in pairs.
 template <class T> std::int64_t block_room(const observations<T>& data) {
-  // One pass takes components in pairs.
   const std::int64_t p = data.components;
-  return std::min(block_size(p, sizeof(T), copies_of(data, true)), data.count) * (p + p % 2);
+  return std::min(block_size(data, true), data.count) * (p + p % 2);
 }
 
 // A mean of the first observations, for a base.

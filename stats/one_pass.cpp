@@ -105,8 +105,8 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
   if (data.w && a.weight == 0)
     while (first < data.count && data.w[first] == 0) first++;  // W + w would be 0
   // A block in the nearest cache; with a matrix, one that is worth a call for its products.
-  const int64_t fitting = a.q ? block_size(a.components, sizeof(T), copies_of(data, true))
-                              : 0x4000 / static_cast<int64_t>(sizeof(T)) / a.components;
+  const int64_t fitting =
+      a.q ? block_size(data, true) : 0x4000 / static_cast<int64_t>(sizeof(T)) / a.components;
   const int64_t size = std::clamp<int64_t>(fitting, 16, most);
   factors f;
   for (; first < data.count; first += size) {
