@@ -99,8 +99,8 @@ template <class F, class T> status fill_reals(void* stream, std::int32_t n, T* r
   } else {  // words go through a block that stays in the nearest cache
     constexpr int block = 1024;
     typename F::word words[block];
-    for (std::int32_t i = 0; i < n; i += block) {
-      const int m = std::min(n - i, block);
+    for (std::int32_t i = 0, m; i < n; i += m) {
+      m = std::min(n - i, block);
       if (const status s = f.draw(m, words); s != KOV_STATUS_OK) return s;
       int j = 0;
       for (; j + 4 <= m; j += 4)

@@ -33,6 +33,27 @@ struct DFThreadServices {
   int32_t (*thread_count)(void);
 };
 
+/* A record for callers without threads: everything runs on the calling thread, one task after the other. */
+static inline void arko_serial_for(int32_t task_count, int32_t thread_count, void* context, TaskBody body) {
+  int32_t task;
+  (void)thread_count;
+  for (task = 0; task < task_count; task++) body(task, 0, 1, context);
+}
+static inline void arko_serial_region(int32_t thread_count, void* context, RegionBody body) {
+  int32_t thread;
+  for (thread = 0; thread < thread_count; thread++) body(thread, 0, thread_count, context);
+}
+static inline void arko_serial_critical(int32_t task, int32_t thread, int32_t thread_count, void* context,
+                                        TaskBody function) {
+  function(task, thread, thread_count, context);
+}
+static inline int32_t arko_serial_count(void) { return 1; }
+static inline const struct DFThreadServices* arko_serial_services(void) {
+  static const struct DFThreadServices serial = {arko_serial_for, arko_serial_for, arko_serial_region,
+                                                 arko_serial_critical, arko_serial_count};
+  return &serial;
+}
+
 #ifdef __cplusplus
 }
 #endif

@@ -153,22 +153,4 @@ TEST_P(skips, leave_the_words_without_memory) {
   }
 }
 
-TEST(skips, that_a_generator_does_not_have) {
-  const struct {
-    std::int32_t code, skip;
-  } rows[] = {{KOV_BRNG_R250, KOV_STATUS_NO_SKIPAHEAD},
-              {KOV_BRNG_MT2203 + 5, KOV_STATUS_NO_SKIPAHEAD},
-              {KOV_BRNG_MT19937, KOV_STATUS_OK},
-              {KOV_BRNG_SFMT19937, KOV_STATUS_OK}};
-  for (const auto& [code, skip] : rows) {
-    stream s(code);
-    const words expected = stream(code).integers(10);
-    EXPECT_EQ(s.leapfrog(0, 2), KOV_STATUS_NO_LEAPFROG);
-    EXPECT_EQ(s.skip(0), skip);
-    EXPECT_EQ(s.skip({1, 0}), KOV_STATUS_NO_SKIPAHEADEX);
-    EXPECT_EQ(s.row().InitStream(4, s.get(), 0, nullptr), KOV_STATUS_BAD_METHOD);
-    EXPECT_EQ(s.integers(10), expected) << code;
-  }
-}
-
 }  // namespace

@@ -1,0 +1,45 @@
+// What the parts of the tour share.
+#pragma once
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "examples/tour/table.h"
+
+namespace tour {
+
+// The parts; each prints its report. Data files are read from the folder `data`, pictures written to `pictures`.
+void vector_mathematics(const std::string& data);
+void streams(const std::string& folder);              // a stream is saved there
+void statistics(const std::vector<column>& columns);  // of the rows without gaps
+void geyser(const std::string& data, const std::string& pictures);
+void splines(const std::string& data, const std::string& pictures);
+
+// The answer of an entry that must not fail. Throws std::runtime_error with its name and status.
+void done(std::int32_t status, const char* entry);
+
+// Seconds of one call, the least of several for at least `total` seconds in all.
+template <class F> double seconds(F&& f, double total = 0.02) {
+  using clock = std::chrono::steady_clock;
+  double least = 1e300, sum = 0;
+  for (int calls = 0; calls < 2 || sum < total; calls++) {
+    const auto began = clock::now();
+    f();
+    const double time = std::chrono::duration<double>(clock::now() - began).count();
+    sum += time;
+    if (time < least) least = time;
+  }
+  return least;
+}
+
+// A curve or points for a picture.
+struct series {
+  std::string name, style;  // gnuplot's, such as "lines" or "points pt 7"
+  std::vector<double> x, y;
+};
+// Writes pictures/name.svg by gnuplot and prints its path. `settings` are lines for gnuplot, before the plot.
+void draw(const std::string& pictures, const std::string& name, const std::string& settings,
+          const std::vector<series>& all);
+
+}  // namespace tour
