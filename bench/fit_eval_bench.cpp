@@ -103,18 +103,7 @@ struct data {
     arko_df_kernel_dNewTask1D(&task, nx, x.data(), FIT_X_NOHINT, 1, y.data(), FIT_Y_NOHINT, 0);
     arko_df_kernel_dEditPPSpline1D(task, FIT_ORDER_CUBIC, FIT_TYPE_NATURAL, FIT_BC_FREE_END, nullptr,
                                    FIT_IC_NONE, nullptr, c.data(), FIT_C_NOHINT);
-    fill();
-  }
-  void fill() {  // the peer's polynomials
-    gsl_interp_accel* at = gsl_interp_accel_alloc();
-    for (size_t i = 0; i + 1 < x.size(); i++) {
-      const double h = x[i + 1] - x[i], d = gsl_spline_eval_deriv2(peer, x[i], at);
-      c[4 * i] = y[i];
-      c[4 * i + 1] = gsl_spline_eval_deriv(peer, x[i], at);
-      c[4 * i + 2] = d / 2;
-      c[4 * i + 3] = (y[i + 1] - y[i] - (c[4 * i + 1] + c[4 * i + 2] * h) * h) / (h * h * h);
-    }
-    gsl_interp_accel_free(at);
+    arko_df_kernel_dDFNaturalCubicSpline1D(task, 0, 0, nullptr);
   }
   ~data() {
     gsl_spline_free(peer);
