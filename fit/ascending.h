@@ -60,6 +60,14 @@ bool ascending_cells(const T* x, int32_t nx, const T* site, int32_t& start, int3
 template <class T>
 status find_next_cells(const searcher<T>& how, int32_t n, const T* site, int32_t& start, int32_t* cell) {
   if (how.method != method::sorted) return find_cells(how, n, site, start, cell);
+  if (start == 0)  // the first block of a task: its sites may be anywhere
+    for (int32_t end = static_cast<int32_t>(how.nx); start < end;) {
+      const int32_t middle = start + (end - start) / 2;
+      if (how.x[middle] <= site[0])
+        start = middle + 1;
+      else
+        end = middle;
+    }
   for (int32_t i = 0; i < n;) {
     const int32_t m = n - i < ascending_sites ? n - i : ascending_sites;
     if (m < ascending_sites ||
