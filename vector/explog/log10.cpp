@@ -4,7 +4,7 @@
 // in reciprocal_log.h. Double: by table rows, see log.h. Largest errors in ulp, measured (docs/accuracy.md):
 //
 //            LA     HA     EP
-//   single   2.45   0.51   2^-15.7 relative
+//   single   2.48   0.51   2^-15.7 relative
 //   double   1.63   0.51   as LA
 //
 // Coefficients are those of tools/fit_log2.cpp.
