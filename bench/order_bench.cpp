@@ -44,7 +44,7 @@ const reals& numbers(const std::string& kind, int32_t n) {
 // A task over p components of n numbers.
 struct problem {
   int32_t p, n, layout, quant_count = 3, parameters = 1;
-  reals results = reals(100), eps = {0.001}, orders = {0.25, 0.5, 0.75};
+  reals results = reals(1000), eps = {0.001}, orders = {0.25, 0.5, 0.75};
   void* task = nullptr;
   problem(const double* x, int32_t p, int32_t n, int32_t layout) : p(p), n(n), layout(layout) {
     __kovdSSNewTask(&task, &this->p, &this->n, &this->layout, x, nullptr, nullptr, 0);
