@@ -663,6 +663,23 @@ TYPED_TEST(construct_of, refuses_in_order) {
   }
 }
 
+TYPED_TEST(construct_of, knots_lie_strictly_between_breakpoints) {
+  using T = TypeParam;
+  const T x[4] = {0, 1, 2, 4};
+  const struct {
+    numbers<T> knots;
+    int32_t status;
+  } rows[] = {{{0, T(0.5), T(1.5), 3, 4}, FIT_OK},     {{T(0.1), T(0.5), T(1.5), 3, 4}, FIT_ERR_IC},
+              {{0, T(0.5), T(1.5), 3, 5}, FIT_ERR_IC}, {{0, 0, T(1.5), 3, 4}, FIT_ERR_IC},
+              {{0, T(0.5), 2, 3, 4}, FIT_ERR_IC},      {{0, T(0.5), T(1.5), T(1.9), 4}, FIT_ERR_IC}};
+  for (const auto& r : rows) {
+    numbers<T> c(12);
+    const fit_task<T> task(4, x, 0, 1, x);
+    ASSERT_EQ(fit_entries<T>::edit_spline(task, 3, 1, 12, x, 8, r.knots.data(), c.data(), 0), FIT_OK);
+    EXPECT_EQ(fit_entries<T>::quadratic(task, 0, 0, nullptr), r.status);
+  }
+}
+
 // Every allocation failed in turn; and which calls have none.
 TYPED_TEST(construct_of, memory_and_slices) {
   using T = TypeParam;
