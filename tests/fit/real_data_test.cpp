@@ -1,7 +1,4 @@
-// Splines through real data, from construction to integral.
-//
-// data/mercury_pressure.csv: vapour pressure of mercury (mm) by temperature (degrees C), from Weast, Handbook of
-// Chemistry and Physics, 1973; data/nile.csv: annual flow of the Nile at Aswan, 1871 to 1970, from Durbin and Koopman, 2001.
+// Splines through the real data of examples/data, from construction to integral.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +18,7 @@ struct table {
 };
 table read(const std::string& name) {
   table t{name, {}, {}};
-  std::ifstream file(ARKO_SOURCE "/tests/fit/data/" + name + ".csv");
+  std::ifstream file(ARKO_SOURCE "/examples/data/" + name + ".csv");
   std::string line;
   std::getline(file, line);
   for (double x, y; file >> x && file.ignore() && file >> y;) t.x.push_back(x), t.y.push_back(y);
