@@ -16,11 +16,12 @@
 
 namespace [[gnu::visibility("hidden")]] fit {
 
-// Of orders up to 4 the factors are constants.
-template <class T> inline constexpr T reciprocal[] = {0, 1, T(0.5), T(1) / 3, T(0.25)};
+// Of orders up to 4 the factors are constants. (A table for each type would be a unique symbol where nothing is
+// optimised, and the module could not be unloaded.)
 template <class T, int order> inline T over(T c, int64_t m) {
+  constexpr T reciprocal[] = {0, 1, T(0.5), T(1) / 3, T(0.25)};
   if constexpr (order > 0)
-    return c * reciprocal<T>[m];
+    return c * reciprocal[m];
   else
     return c / static_cast<T>(m);
 }
