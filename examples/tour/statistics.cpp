@@ -180,18 +180,15 @@ void stream_quantiles() {
   const task t(one, n, x.data());
   done(__kovdSSEditStreamQuantiles(t, &order_count, orders, estimates, &one, &eps),
        "__kovdSSEditStreamQuantiles");
-  const double streamed = seconds(
-      [&] {
-        for (int b = 0; b < blocks; b++) {
-          done(__kovdSSEditTask(t, KOV_SS_OBS, &x[static_cast<std::size_t>(b) * static_cast<std::size_t>(n)]),
-               "__kovdSSEditTask");
-          done(_kovdSSStreamQuantiles(t, 0, b + 1 < blocks ? KOV_SS_SQ_TAKE : KOV_SS_SQ_RESULT,
-                                      thread_services::get()),
-               "_kovdSSStreamQuantiles");
-        }
-      },
-      0);
-  const double sorting = seconds([&] { std::sort(x.begin(), x.end()); }, 0);
+  const double streamed = once([&] {
+    for (int b = 0; b < blocks; b++) {
+      const double* const block = &x[static_cast<std::size_t>(b) * static_cast<std::size_t>(n)];
+      done(__kovdSSEditTask(t, KOV_SS_OBS, block), "__kovdSSEditTask");
+      const std::uint64_t how = b + 1 < blocks ? KOV_SS_SQ_TAKE : KOV_SS_SQ_RESULT;
+      done(_kovdSSStreamQuantiles(t, 0, how, thread_services::get()), "_kovdSSStreamQuantiles");
+    }
+  });
+  const double sorting = once([&] { std::sort(x.begin(), x.end()); });
   double worst = 0;
   for (std::int32_t q = 0; q < order_count; q++) {
     const double rank = static_cast<double>(std::lower_bound(x.begin(), x.end(), estimates[q]) - x.begin());

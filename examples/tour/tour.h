@@ -19,14 +19,18 @@ void splines(const std::string& data, const std::string& pictures);
 // The answer of an entry that must not fail. Throws std::runtime_error with its name and status.
 void done(std::int32_t status, const char* entry);
 
-// Seconds of one call, the least of several for at least `total` seconds in all.
+// Seconds of one call.
+template <class F> double once(F&& f) {
+  const auto began = std::chrono::steady_clock::now();
+  f();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+}
+
+// The least of several calls, two or more, for at least `total` seconds in all.
 template <class F> double seconds(F&& f, double total = 0.02) {
-  using clock = std::chrono::steady_clock;
   double least = 1e300, sum = 0;
   for (int calls = 0; calls < 2 || sum < total; calls++) {
-    const auto began = clock::now();
-    f();
-    const double time = std::chrono::duration<double>(clock::now() - began).count();
+    const double time = once(f);
     sum += time;
     if (time < least) least = time;
   }
