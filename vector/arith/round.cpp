@@ -27,7 +27,7 @@ template <class T, template <class> class root> struct rounding : arith<T, root,
 };
 
 // ---- Unit stride: the rounding is the environment's. Downward the difference of two equal numbers is -0, and the zero
-// of a positive number needs its sign cleared.
+// of a positive number needs its sign cleared. Otherwise the difference is +0 or has the sign of x already.
 
 template <class T, template <class> class root, class surroundings, bool downward = true>
 struct rounded_both_ways : rounding<T, root> {
