@@ -2,8 +2,11 @@
 // measured (docs/accuracy.md); the twins have the same:
 //
 //            LA, EP             HA
-//   single   2.62 (2^-22)       0.51
+//   single   3.98 (2^-21.8)     0.51
 //   double   1.44 (2^-52)       0.51
+//
+// What is left after LA's step in single is 3/2 of the square of the estimate's error, which is the processor's own: the
+// largest error is 2.62 ulp with one maker's and 3.98 with another's.
 #include "vector/roots/reciprocal_root.h"
 
 namespace zur::inline ZUR_WIDTH {
