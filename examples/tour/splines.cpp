@@ -60,7 +60,7 @@ constexpr struct {
   std::int64_t type;
 } types[] = {{"natural", FIT_TYPE_NATURAL}, {"Akima", FIT_TYPE_AKIMA}, {"Hyman", FIT_TYPE_HYMAN}};
 
-void fit(const std::string& data, const std::string& pictures, const char* file, const char* settings,
+void fit(const std::string& data, const std::string& pictures, const char* file, const frame& around,
          const std::vector<double>& sites) {
   const std::vector<column> table = read_table(data + "/" + file + ".csv");
   const std::vector<double>&x = table[0].values, &y = table[1].values;
@@ -83,7 +83,7 @@ void fit(const std::string& data, const std::string& pictures, const char* file,
     for (std::size_t i = 0; i < grid.size(); i++) curve[i] = values[2 * i];
     all.push_back({t.name, "lines", grid, curve});
   }
-  draw(pictures, file, settings, all);
+  draw(pictures, file, around, all);
 }
 
 }  // namespace
@@ -91,9 +91,10 @@ void fit(const std::string& data, const std::string& pictures, const char* file,
 void splines(const std::string& data, const std::string& pictures) {
   std::printf("Splines\n");
   fit(data, pictures, "mercury_pressure",
-      "set title 'Vapour pressure of mercury, mm, by temperature, degrees C'\nset logscale y\nset key left",
+      {"Vapour pressure of mercury", "temperature, degrees C", "pressure, mm of mercury",
+       "set logscale y\nset key left"},
       {50, 190, 350});
-  fit(data, pictures, "nile", "set title 'Flow of the Nile at Aswan, 10^8 cubic metres a year'",
+  fit(data, pictures, "nile", {"The Nile at Aswan", "year", "flow, 10^8 cubic metres a year", ""},
       {1898.5, 1913.5, 1964.5});
 }
 

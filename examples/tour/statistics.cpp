@@ -221,18 +221,17 @@ void geyser(const std::string& data, const std::string& pictures) {
   const summary s = summarise(2, rows);
   in_blocks(rows, s);
   stream_quantiles();
-  std::string settings =
-      "set title 'Old Faithful: eruption and waiting time, minutes; lines at 10, 25, 50, 75, 90 %'\nunset "
-      "key\n";
+  frame around = {"Old Faithful, lines at 10, 25, 50, 75 and 90 %", "duration of the eruption, minutes",
+                  "waiting time to the next, minutes", "unset key\n"};
   for (std::int32_t q = 0; q < order_count; q++) {
     char lines[200];
     std::snprintf(lines, sizeof lines,
                   "set arrow from %g, graph 0 to %g, graph 1 nohead lc rgb 'gray'\n"
                   "set arrow from graph 0, first %g to graph 1, first %g nohead lc rgb 'gray'\n",
                   s.quantiles[q], s.quantiles[q], s.quantiles[order_count + q], s.quantiles[order_count + q]);
-    settings += lines;
+    around.settings += lines;
   }
-  draw(pictures, "geyser", settings, {{"", "points pt 7 ps 0.4", columns[0].values, columns[1].values}});
+  draw(pictures, "geyser", around, {{"", "points pt 7 ps 0.4", columns[0].values, columns[1].values}});
   std::printf("\n");
 }
 

@@ -15,13 +15,16 @@ void done(std::int32_t status, const char* entry) {
   if (status) throw std::runtime_error(std::string(entry) + ": status " + std::to_string(status));
 }
 
-void draw(const std::string& pictures, const std::string& name, const std::string& settings,
+void draw(const std::string& pictures, const std::string& name, const frame& around,
           const std::vector<series>& all) {
   const std::string path = pictures + "/" + name + ".svg", script = pictures + "/" + name + ".gnuplot";
   std::FILE* file = std::fopen(script.c_str(), "w");
   if (!file) throw std::runtime_error(script + ": cannot be written");
-  std::fprintf(file, "set terminal svg size 720,400 background rgb 'white'\nset output '%s'\n%s\nplot",
-               path.c_str(), settings.c_str());
+  std::fprintf(file,
+               "set terminal svg size 720,400 background rgb 'white'\nset output '%s'\nset title '%s'\n"
+               "set xlabel '%s'\nset ylabel '%s'\n%s\nplot",
+               path.c_str(), around.title.c_str(), around.x_axis.c_str(), around.y_axis.c_str(),
+               around.settings.c_str());
   for (std::size_t i = 0; i < all.size(); i++)
     std::fprintf(file, "%s '-' with %s title '%s'", i ? "," : "", all[i].style.c_str(), all[i].name.c_str());
   std::fprintf(file, "\n");

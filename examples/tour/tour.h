@@ -42,8 +42,12 @@ struct series {
   std::string name, style;  // gnuplot's, such as "lines" or "points pt 7"
   std::vector<double> x, y;
 };
-// Writes pictures/name.svg by gnuplot and prints its path. `settings` are lines for gnuplot, before the plot.
-void draw(const std::string& pictures, const std::string& name, const std::string& settings,
+// What stands around them: the axes say what they show and in which unit. `settings` are further lines for gnuplot.
+struct frame {
+  std::string title, x_axis, y_axis, settings;
+};
+// Writes pictures/name.svg by gnuplot and prints its path.
+void draw(const std::string& pictures, const std::string& name, const frame& around,
           const std::vector<series>& all);
 
 }  // namespace tour
