@@ -264,30 +264,55 @@ template <class T, class E> ZUR_INLINE auto lookup(const E* table, ints<T> j) {
   (std::make_index_sequence<lanes<T>>());
 }
 
-// The two columns of rows j[i].
-template <class T> struct columns { vec<T> hi, lo; };
-template <class T> ZUR_INLINE columns<T> lookup_pair(const T (*table)[2], ints<T> j) {
+// The first two, three or four columns of rows j[i], by the names that the caller binds them to.
+template <class T, int count> struct columns;
+template <class T> struct columns<T, 2> { vec<T> a, b; };
+template <class T> struct columns<T, 3> { vec<T> a, b, c; };
+template <class T> struct columns<T, 4> { vec<T> a, b, c, d; };
+
+// Rows begin at multiples of their own size, 16 bytes or 32, or 8 for two columns of single. Registers of 16 bytes are
+// loaded with parts of rows and transposed; wider ones are filled number by number.
+template <int count, class T, int width>
+ZUR_INLINE columns<T, count> lookup_rows(const T (*table)[width], ints<T> j) {
+  static_assert(count <= width && (width == 2 || width == 4));
 #if !defined(__AVX__)
   if constexpr (sizeof(T) == 8) {
-    const ints<T> places = j << 4;
+    constexpr int row_bits = width == 2 ? 4 : 5;  // of its size in bytes
+    const ints<T> places = j << row_bits;
     const auto row = [&](std::size_t place) __attribute__((always_inline)) {
-      return _mm_load_pd(reinterpret_cast<const double*>(reinterpret_cast<const char*>(table) + place));
+      return reinterpret_cast<const double*>(reinterpret_cast<const char*>(table) + place);
     };
-    const __m128d r0 = row(index<T, 0>(places)), r1 = row(index<T, 1>(places));
-    return {_mm_unpacklo_pd(r0, r1), _mm_unpackhi_pd(r0, r1)};
+    const double *const p = row(index<T, 0>(places)), *const q = row(index<T, 1>(places));
+    const __m128d p01 = _mm_load_pd(p), q01 = _mm_load_pd(q);
+    const __m128d a = _mm_unpacklo_pd(p01, q01), b = _mm_unpackhi_pd(p01, q01);
+    if constexpr (count == 2) return {a, b};
+    if constexpr (count == 3) return {a, b, _mm_loadh_pd(_mm_load_sd(p + 2), q + 2)};
+    if constexpr (count == 4) {
+      const __m128d p23 = _mm_load_pd(p + 2), q23 = _mm_load_pd(q + 2);
+      return {a, b, _mm_unpacklo_pd(p23, q23), _mm_unpackhi_pd(p23, q23)};
+    }
   } else {
     const auto row = [&](std::size_t i) __attribute__((always_inline)) {
-      return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(table[i])));
+      if constexpr (width == 2)
+        return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(table[i])));
+      else
+        return _mm_load_ps(table[i]);
     };
-    const __m128 r01 = _mm_unpacklo_ps(row(index<T, 0>(j)), row(index<T, 1>(j)));
-    const __m128 r23 = _mm_unpacklo_ps(row(index<T, 2>(j)), row(index<T, 3>(j)));
-    return {_mm_movelh_ps(r01, r23), _mm_movehl_ps(r23, r01)};
+    const __m128 r0 = row(index<T, 0>(j)), r1 = row(index<T, 1>(j)), r2 = row(index<T, 2>(j)),
+                 r3 = row(index<T, 3>(j));
+    const __m128 r01 = _mm_unpacklo_ps(r0, r1), r23 = _mm_unpacklo_ps(r2, r3);
+    const __m128 a = _mm_movelh_ps(r01, r23), b = _mm_movehl_ps(r23, r01);
+    if constexpr (count == 2) return {a, b};
+    const __m128 s01 = _mm_unpackhi_ps(r0, r1), s23 = _mm_unpackhi_ps(r2, r3);
+    if constexpr (count == 3) return {a, b, _mm_movelh_ps(s01, s23)};
+    if constexpr (count == 4) return {a, b, _mm_movelh_ps(s01, s23), _mm_movehl_ps(s23, s01)};
   }
 #else
-  return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
-    return columns<T>{{table[index<T, i>(j)][0]...}, {table[index<T, i>(j)][1]...}};
+  return [&]<std::size_t... c>(std::index_sequence<c...>) __attribute__((always_inline)) {
+    return columns<T, count>{lookup<T>(table[0] + c, j * width)...};
   }
-  (std::make_index_sequence<lanes<T>>());
+  (std::make_index_sequence<count>());
 #endif
 }
+
 }  // namespace zur::inline ZUR_WIDTH

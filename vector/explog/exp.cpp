@@ -48,7 +48,7 @@ template <level L> struct single_table : single_exp {
           as<vec<float>>((s << 16) + lookup<float>(TExpM128, j) + (static_cast<unsigned>(raise) << 23));
       return e + e * (horner(r, 1.00000095f, 0.500001311f) * r);
     } else {
-      const auto [hi, lo] = lookup_pair(TExpS128, j);
+      const auto [hi, lo] = lookup_rows<2>(TExpS128, j);
       const vec<float> q = r + (lo + horner(r, 9.15804549e-07f, 0.5f) * r);
       return (q * hi + hi) * as<vec<float>>(((s >> 7) + (127 + raise)) << 23);
     }
@@ -176,7 +176,7 @@ template <level L, class D> struct double_exp : usual_kernel<fn::Exp, double, L>
       return e + e * p;
     } else {
       const auto scale = ((s + ((1023 + raise) << D::bits)) << (52 - D::bits)) & 0x7FF0000000000000;
-      const auto [hi, lo] = lookup_pair(TExpD64, j);
+      const auto [hi, lo] = lookup_rows<2>(TExpD64, j);
       return ((p * hi + lo) + hi) * as<vec<double>>(scale);
     }
   }

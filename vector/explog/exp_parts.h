@@ -12,7 +12,7 @@ template <int rows, class T>
 ZUR_INLINE vec<T> scaled_row(const T (&table)[rows][2], pattern<T> s, vec<T> q, int raise = 0) {
   constexpr int fraction = sizeof(T) == 4 ? 23 : 52, row_bits = __builtin_ctz(rows);
   const pattern<T> j = s & (rows - 1), m = s - j;
-  const auto [hi, lo] = lookup_pair(table, as<ints<T>>(j));
+  const auto [hi, lo] = lookup_rows<2>(table, as<ints<T>>(j));
   const vec<T> v = (q * hi + lo) + hi;
   return as<vec<T>>(as<pattern<T>>(v) + (m << (fraction - row_bits)) + ((pattern<T>{} + raise) << fraction));
 }

@@ -48,9 +48,9 @@ template <class D> struct parts {
     constexpr int fraction = sizeof(T) == 4 ? 23 : 52, step = fraction - __builtin_ctz(D::rows);
     const vec<T> t = x * D::rows_log2e + D::shift, n = t - D::shift;
     const pattern<T> s = as<pattern<T>>(t);
-    const auto row = lookup_pair(D::table, as<ints<T>>(s & (D::rows - 1)));
-    S = as<vec<T>>(as<pattern<T>>(row.hi) + (s << step) + ((pattern<T>{} + raise) << fraction));
-    excess = row.lo;
+    const auto [scale, surplus] = lookup_rows<2>(D::table, as<ints<T>>(s & (D::rows - 1)));
+    S = as<vec<T>>(as<pattern<T>>(scale) + (s << step) + ((pattern<T>{} + raise) << fraction));
+    excess = surplus;
     d = x - n * D::ln2_hi;
     n_lo = n * D::ln2_lo;
     r = d - n_lo;

@@ -75,7 +75,7 @@ struct double_ha {
 struct double_ep {
   static constexpr int bits = 8;
   static vec<double> ln(const log_row& x) {
-    const auto [rcp, hi, lo] = lookup_row(TLnD256Full, x.j);
+    const auto [rcp, hi, lo] = lookup_rows<3>(TLnD256Full, x.j);
     const vec<double> r = x.m * rcp - 1.0;
     return (x.k * TLnOf2Hi + hi) + horner(r, 1.0000009534434433, -0.50000095367674169) * r;
   }

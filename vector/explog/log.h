@@ -19,6 +19,18 @@ template <class T, class F> int special_log(T x, T& r, F log) {
   return r = log(x), ZUR_STATUS_OK;
 }
 
+// A kernel K by its `log<raised>(x)`, the logarithm of x less that of 2^raised: where x is a denormal number it is that of
+// x 2^raised, which is none.
+template <class K, class T, int raised> struct scaled_log {
+  static results<T> fast(vec<T> x) { return {{K::template log<0>(x)}, not_positive_normal<T>(x)}; }
+  static int routine(const T& x, T& r) {
+    return special_log(x, r, [](T y) {
+      constexpr T scale = static_cast<T>(std::uint64_t{1} << raised);
+      return K::template log<raised>(all(y * scale))[0];
+    });
+  }
+};
+
 // Single: x = 2^k (1 + f), 1 + f in [2/3, 4/3), for positive normal x.
 struct log_split {
   vec<float> f;      // exact
@@ -49,22 +61,6 @@ template <int bits> ZUR_INLINE log_row log_rows(vec<double> x) {
   return {k, as<vec<double>>(f + least), as<ints<double>>(f >> (52 - bits)), t & ~fraction};
 }
 
-// Rows j of a table.
-struct log_entry {
-  vec<double> rcp, hi, lo;
-};
-ZUR_INLINE log_entry lookup_row(const double (*table)[4], ints<double> j) {
-  const double* const first = table[0];
-  const ints<double> at = j << 2;
-#if !defined(__AVX__)
-  const double *const a = first + index<double, 0>(at), *const b = first + index<double, 1>(at);
-  const __m128d a01 = _mm_load_pd(a), b01 = _mm_load_pd(b);
-  return {_mm_unpacklo_pd(a01, b01), _mm_unpackhi_pd(a01, b01), _mm_loadh_pd(_mm_load_sd(a + 2), b + 2)};
-#else
-  return {lookup<double>(first, at), lookup<double>(first + 1, at), lookup<double>(first + 2, at)};
-#endif
-}
-
 // m rcp - 1 without rounding, where rcp has few bits: m in a high and a low part, of which the low word is
 // cleared in the high one.
 ZUR_INLINE vec<double> reduced(vec<double> m, vec<double> rcp) {
@@ -91,7 +87,7 @@ ZUR_INLINE vec<T> precise_log(vec<T> k, vec<T> hi, vec<T> lo, vec<T> r) {
 // It is (k ln 2 + ln(1/rcp)) + ln(1 + r), the first sum exact in its high parts and r = m rcp - 1 exact. The
 // polynomial is fitted by tools/fit_log.cpp: 0.14 ulp.
 template <class... Low> ZUR_INLINE vec<double> natural_log(const log_row& x, Low... low) {
-  const auto [rcp, hi, lo] = lookup_row(TLnD512, x.j);
+  const auto [rcp, hi, lo] = lookup_rows<3>(TLnD512, x.j);
   const vec<double> r = reduced(x.m, rcp), t = (r + ... + (low * rcp)), square = t * t;
   const vec<double> large = x.k * TLnOf2Hi + hi, small = x.k * TLnOf2Lo + lo;
   const vec<double> sum = large + t;  // |large| >= |t|, or 0

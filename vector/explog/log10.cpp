@@ -13,11 +13,10 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct log10_kernel : usual_kernel<fn::Log10, T, L> {};
-
 // ---- single
 
-template <level L> struct single_log10 : log10_kernel<float, L> {
+template <level L>
+struct single_log10 : usual_kernel<fn::Log10, float, L>, scaled_log<single_log10<L>, float, 40> {
   static constexpr int block = L == ep ? 4 : 8;
 
   struct precise {
@@ -30,10 +29,10 @@ template <level L> struct single_log10 : log10_kernel<float, L> {
   };
 
   // log10 x, less that of 2^raised.
-  template <int raised = 0> static vec<float> log(vec<float> x) {
+  template <int raised> static vec<float> log(vec<float> x) {
     if constexpr (L == ha) {
       const auto s = split_reciprocal<7, float, raised>(x);
-      const auto [hi, lo] = lookup_pair(TLog10SC7, s.row);
+      const auto [hi, lo] = lookup_rows<2>(TLog10SC7, s.row);
       return precise_log<precise>(s.k, hi, lo, reduced(s.v, s.c));
     } else {
       const log_split s = split_log(x);
@@ -53,16 +52,12 @@ template <level L> struct single_log10 : log10_kernel<float, L> {
              f * horner(f, 0.434309393f, -0.216707498f, 0.143788904f, -0.120937817f, 0.10198348f);
     }
   }
-
-  static results<float> fast(vec<float> x) { return {{log(x)}, not_positive_normal<float>(x)}; }
-  static int routine(const float& x, float& r) {
-    return special_log(x, r, [](float y) { return log<40>(all(y * 0x1p40f))[0]; });
-  }
 };
 
 // ---- double
 
-template <level L> struct double_log10 : log10_kernel<double, L> {
+template <level L>
+struct double_log10 : usual_kernel<fn::Log10, double, L>, scaled_log<double_log10<L>, double, 60> {
   static constexpr int block = 4;
 
   struct precise {
@@ -76,9 +71,9 @@ template <level L> struct double_log10 : log10_kernel<double, L> {
   };
 
   // log10 x, less that of 2^raised.
-  template <int raised = 0> static vec<double> log(vec<double> x) {
+  template <int raised> static vec<double> log(vec<double> x) {
     const log_row s = log_rows<9>(x);
-    const auto [rcp, hi, lo] = lookup_row(TLog10D512, s.j);
+    const auto [rcp, hi, lo] = lookup_rows<3>(TLog10D512, s.j);
     const vec<double> r = reduced(s.m, rcp);
     vec<double> k = s.k;
     if constexpr (raised != 0) k = k - double(raised);
@@ -87,11 +82,6 @@ template <level L> struct double_log10 : log10_kernel<double, L> {
     const vec<double> p = horner(r, -0.21714724095160101, 0.14476482732042423) +
                           square * horner(r, -0.10857372971933356, 0.086852171958067326);
     return (k * TLog10Of2Hi + hi) + (r * 0.43429448190325182 + ((k * TLog10Of2Lo + lo) + square * p));
-  }
-
-  static results<double> fast(vec<double> x) { return {{log(x)}, not_positive_normal<double>(x)}; }
-  static int routine(const double& x, double& r) {
-    return special_log(x, r, [](double y) { return log<60>(all(y * 0x1p60))[0]; });
   }
 };
 

@@ -63,7 +63,7 @@ struct single_ha : log1p_kernel<float, ha> {
   static results<float> fast(vec<float> x) {
     const one_plus<float> sum(x);
     const auto s = split_reciprocal<8, float>(sum.u);
-    const auto [hi, lo] = lookup_pair(TLnSC8, s.row);
+    const auto [hi, lo] = lookup_rows<2>(TLnSC8, s.row);
     const vec<float> low = sum.times<8>(s.c), r = reduced(s.v, s.c), t = r + low;
     const vec<float> large = s.k * TLnSC8[0][0] + hi, a = large + t,
                      rest = (t - (a - large)) + ((r - t) + low);
@@ -86,7 +86,7 @@ template <level L> struct double_reciprocal : log1p_kernel<double, L> {
 
   static vec<double> logarithm(const reciprocal_split<double>& s, vec<double> low) {
     if constexpr (L == la) {
-      const auto [hi, lo] = lookup_pair(TLnDC10, s.row);
+      const auto [hi, lo] = lookup_rows<2>(TLnDC10, s.row);
       const vec<double> r = reduced(s.v, s.c), t = r + low, square = t * t;
       const vec<double> p = (0.33333333333312554 * t - 0.49999999999982703) +
                             (0.20000036488113182 * t - 0.25000037967242711) * square;

@@ -14,11 +14,10 @@
 namespace zur::inline ZUR_WIDTH {
 namespace {
 
-template <class T, level L> struct log2_kernel : usual_kernel<fn::Log2, T, L> {};
-
 // ---- single
 
-template <level L> struct single_log2 : log2_kernel<float, L> {
+template <level L>
+struct single_log2 : usual_kernel<fn::Log2, float, L>, scaled_log<single_log2<L>, float, 27> {
   static constexpr int block = L == ha ? 16 : 4;
 
   struct precise {
@@ -31,10 +30,10 @@ template <level L> struct single_log2 : log2_kernel<float, L> {
   };
 
   // log2 x, less `raised`.
-  template <int raised = 0> static vec<float> log(vec<float> x) {
+  template <int raised> static vec<float> log(vec<float> x) {
     if constexpr (L == ha) {
       const auto s = split_reciprocal<7, float, raised>(x);
-      const auto [hi, lo] = lookup_pair(TLog2SC7, s.row);
+      const auto [hi, lo] = lookup_rows<2>(TLog2SC7, s.row);
       return precise_log<precise>(s.k, hi, lo, reduced(s.v, s.c));
     } else {
       const log_split s = split_log(x);
@@ -51,16 +50,12 @@ template <level L> struct single_log2 : log2_kernel<float, L> {
       return k + f * horner(f, 1.44272506f, -0.720117509f, 0.478588581f, -0.399396241f, 0.331972718f);
     }
   }
-
-  static results<float> fast(vec<float> x) { return {{log(x)}, not_positive_normal<float>(x)}; }
-  static int routine(const float& x, float& r) {
-    return special_log(x, r, [](float y) { return log<27>(all(y * 0x1p27f))[0]; });
-  }
 };
 
 // ---- double
 
-template <level L> struct double_log2 : log2_kernel<double, L> {
+template <level L>
+struct double_log2 : usual_kernel<fn::Log2, double, L>, scaled_log<double_log2<L>, double, 60> {
   static constexpr int block = L == ha ? 8 : 4;
 
   struct precise {
@@ -74,16 +69,16 @@ template <level L> struct double_log2 : log2_kernel<double, L> {
   };
 
   // log2 x, less `raised`.
-  template <int raised = 0> static vec<double> log(vec<double> x) {
+  template <int raised> static vec<double> log(vec<double> x) {
     if constexpr (L == ha) {
       const auto s = split_reciprocal<9, double, raised>(x);
-      const auto [hi, lo] = lookup_pair(TLog2DC9, s.row);
+      const auto [hi, lo] = lookup_rows<2>(TLog2DC9, s.row);
       return precise_log<precise>(s.k, hi, lo, reduced(s.v, s.c));
     } else {
       const auto s = split_reciprocal<10, double, raised>(x);
       if constexpr (L == la) {
         const vec<double> r = reduced(s.v, s.c);
-        const auto [hi, lo] = lookup_pair(TLog2DC10, s.row);
+        const auto [hi, lo] = lookup_rows<2>(TLog2DC10, s.row);
         const vec<double> square = r * r;
         const vec<double> p = horner(r, -0.72134752044426387, 0.48089834699176875) +
                               square * horner(r, -0.36067428471857427, 0.28852966372031474);
@@ -93,11 +88,6 @@ template <level L> struct double_log2 : log2_kernel<double, L> {
         return (s.k + hi) + r * horner(r, 1.4426950408885748, -0.72134805917898948, 0.48089908273512799);
       }
     }
-  }
-
-  static results<double> fast(vec<double> x) { return {{log(x)}, not_positive_normal<double>(x)}; }
-  static int routine(const double& x, double& r) {
-    return special_log(x, r, [](double y) { return log<60>(all(y * 0x1p60))[0]; });
   }
 };
 

@@ -43,9 +43,9 @@ template <class T> struct table_row {
 template <class T> ZUR_INLINE table_row<T> cube_root_row(const third_split<T>& x) {
   const auto [rcp, root] = [&] {
     if constexpr (sizeof(T) == 4)
-      return lookup_pair(TCbrtS, x.row);
+      return lookup_rows<2>(TCbrtS, x.row);
     else
-      return lookup_pair(TCbrtD, x.row);
+      return lookup_rows<2>(TCbrtD, x.row);
   }();
   return {root, (x.v - root * root * root) * rcp};
 }
@@ -54,9 +54,9 @@ template <class T> ZUR_INLINE table_row<T> cube_root_row(const third_split<T>& x
 template <class T> ZUR_INLINE table_row<T> reciprocal_cube_root_row(const third_split<T>& x) {
   const auto [c, root] = [&] {
     if constexpr (sizeof(T) == 4)
-      return lookup_pair(TInvCbrtS, x.row);
+      return lookup_rows<2>(TInvCbrtS, x.row);
     else
-      return lookup_pair(TInvCbrtD, x.row);
+      return lookup_rows<2>(TInvCbrtD, x.row);
   }();
   return {root, (x.v - c) * (root * root * root)};
 }
