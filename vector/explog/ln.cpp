@@ -35,12 +35,12 @@ struct single_la {
 struct single_ha {
   static vec<float> ln(const log_split& x) {
     const vec<float> f = x.f, k = x.k(), large = k * ln2_hi;
-    const vec<float> f_hi = as<vec<float>>(as<words>(f) & -0x1000), f_lo = f - f_hi;
+    const auto [f_hi, f_lo] = split<0xFFFFF000>(f);
     const vec<float> half = 0.5f * f_hi * f_hi, rest_of_half = 0.5f * f_lo * (f + f_hi);
     const vec<float> p = horner(f, 0.33333227f, -0.24999775f, 0.200098038f, -0.166814104f, 0.140152484f,
                                 -0.121689066f, 0.139404684f, -0.129731998f);
-    const vec<float> a = large + f, a_rest = f - (a - large);  // |large| > |f|, or 0
-    const vec<float> b = a - half, b_rest = (a - b) - half;
+    const auto [a, a_rest] = fast_two_sum(large, f);  // |large| > |f|, or 0
+    const auto [b, b_rest] = fast_two_sum(a, -half);
     return b + ((a_rest + b_rest) + ((k * ln2_lo - rest_of_half) + f * f * f * p));
   }
 };

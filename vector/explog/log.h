@@ -1,5 +1,6 @@
 // What the logarithms share: range reductions, the test for special arguments and their routine.
 #pragma once
+#include "vector/compensated.h"
 #include "vector/walk.h"
 
 namespace zur::inline ZUR_WIDTH { namespace {
@@ -64,7 +65,7 @@ template <int bits> ZUR_INLINE log_row log_rows(vec<double> x) {
 // m rcp - 1 without rounding, where rcp has few bits: m in a high and a low part, of which the low word is
 // cleared in the high one.
 ZUR_INLINE vec<double> reduced(vec<double> m, vec<double> rcp) {
-  const vec<double> hi = as<vec<double>>(as<pattern<double>>(m) & 0xFFFFFFFF00000000), lo = m - hi;
+  const auto [hi, lo] = split<0xFFFFFFFF00000000>(m);
   return (hi * rcp - 1.0) + lo * rcp;
 }
 
@@ -75,9 +76,9 @@ ZUR_INLINE vec<double> reduced(vec<double> m, vec<double> rcp) {
 template <class D, class T = typename D::type>
 ZUR_INLINE vec<T> precise_log(vec<T> k, vec<T> hi, vec<T> lo, vec<T> r) {
   constexpr std::uint64_t leading = sizeof(T) == 4 ? 0xFFFFFF00 : 0xFFFFFFFFFFFFF000;
-  const vec<T> r_hi = as<vec<T>>(as<pattern<T>>(r) & leading), r_lo = r - r_hi;
-  const vec<T> a = k * D::log2_hi + hi, b = r_hi * D::head, sum = a + b;
-  vec<T> small = (b - (sum - a)) + lo;  // a is 0 or larger than b
+  const auto [r_hi, r_lo] = split<leading>(r);
+  const auto [sum, lost] = fast_two_sum(k * D::log2_hi + hi, r_hi * D::head);  // the first is 0 or larger
+  vec<T> small = lost + lo;
   if constexpr (D::log2_lo != 0) small = small + k * D::log2_lo;
   return sum + (small + (r_lo * D::head + D::rest(r)));
 }
@@ -90,8 +91,8 @@ template <class... Low> ZUR_INLINE vec<double> natural_log(const log_row& x, Low
   const auto [rcp, hi, lo] = lookup_rows<3>(TLnD512, x.j);
   const vec<double> r = reduced(x.m, rcp), t = (r + ... + (low * rcp)), square = t * t;
   const vec<double> large = x.k * TLnOf2Hi + hi, small = x.k * TLnOf2Lo + lo;
-  const vec<double> sum = large + t;  // |large| >= |t|, or 0
-  const vec<double> rest = ((t - (sum - large)) + ... + ((r - t) + low * rcp));
+  const auto [sum, lost] = fast_two_sum(large, t);  // |large| >= |t|, or 0
+  const vec<double> rest = (lost + ... + ((r - t) + low * rcp));
   const vec<double> p = (0.33333333333310444 * t - 0.49999999999992228) +
                         (0.20000040083382467 * t - 0.25000025383792746) * square;
   return sum + ((rest + small) + square * p);

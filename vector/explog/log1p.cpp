@@ -65,8 +65,8 @@ struct single_ha : log1p_kernel<float, ha> {
     const auto s = split_reciprocal<8, float>(sum.u);
     const auto [hi, lo] = lookup_rows<2>(TLnSC8, s.row);
     const vec<float> low = sum.times<8>(s.c), r = reduced(s.v, s.c), t = r + low;
-    const vec<float> large = s.k * TLnSC8[0][0] + hi, a = large + t,
-                     rest = (t - (a - large)) + ((r - t) + low);
+    const auto [a, lost] = fast_two_sum(s.k * TLnSC8[0][0] + hi, t);
+    const vec<float> rest = lost + ((r - t) + low);
     const vec<float> small = s.k * TLnSC8[0][1] + lo;
     return {{a + ((rest + small) + t * t * horner(t, -0.500003457f, 0.333336443f))}, test<8>(sum)};
   }

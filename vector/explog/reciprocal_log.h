@@ -46,7 +46,7 @@ template <int p, class T, int raised = 0> ZUR_INLINE reciprocal_split<T> split_r
 
 // As for double: here c has up to 11 bits, and the high part 12.
 ZUR_INLINE vec<float> reduced(vec<float> v, vec<float> c) {
-  const vec<float> hi = as<vec<float>>(as<pattern<float>>(v) & 0xFFFFF000), lo = v - hi;
+  const auto [hi, lo] = split<0xFFFFF000>(v);
   return (hi * c - 1.0f) + lo * c;
 }
 
