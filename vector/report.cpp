@@ -34,7 +34,8 @@ constexpr bool has_values(std::int32_t status) {
 
 // Whether `second` repeats `first` or was never there.
 bool single(double first, double second) {
-  return std::bit_cast<std::uint64_t>(first) == std::bit_cast<std::uint64_t>(second) || second == 0.0;
+  const auto bits = std::bit_cast<std::uint64_t>(second);
+  return bits == std::bit_cast<std::uint64_t>(first) || bits << 1 == 0;
 }
 
 void print(const ZurErrorContext& c) {
@@ -107,23 +108,40 @@ void ZurEmitError(const ZurErrorContext& c) {
   if (mode & ZUR_ERRMODE_EXCEPT) raise_x87(what.flag, mode);
 }
 
-// One array of the kernel's and its increment.
-template <class E> struct operand {
-  E* p;
-  std::int32_t inc;
-  E& at(std::int32_t i) const { return p[static_cast<std::ptrdiff_t>(i) * inc]; }
-};
-
-template <class T> void read(T x, double& re, double&) { re = x; }
-template <class T> void read(const complex<T>& x, double& re, double& im) { re = x.re, im = x.im; }
-template <class T> void write(T& x, double re, double) { x = static_cast<T>(re); }
-template <class T> void write(complex<T>& x, double re, double im) {
-  x = {static_cast<T>(re), static_cast<T>(im)};
+// A number as a double by its pattern: a conversion would quieten a signalling NaN, raise flags, and lose a denormal
+// number where those are flushed.
+double widened(double x) { return x; }
+double widened(float x) {
+  const auto bits = std::bit_cast<std::uint32_t>(x);
+  const std::uint64_t sign = std::uint64_t{bits >> 31} << 63, size = bits & 0x7FFFFFFF;
+  if (size >= 0x7F800000) return std::bit_cast<double>(sign | (size << 29) | 0x7FF0000000000000);
+  if (size == 0) return std::bit_cast<double>(sign);
+  // A denormal number brings its leading bit to the place of the hidden one.
+  const int up = size < 0x00800000 ? std::countl_zero(size) - 40 : 0;
+  return std::bit_cast<double>(sign | (((size << up) << 29) + (std::uint64_t(896 - up) << 52)));
 }
 
+// A result from the record: `was` still, unless the callback wrote another.
+template <class T> T narrowed(double now, T was) {
+  return std::bit_cast<std::uint64_t>(now) == std::bit_cast<std::uint64_t>(widened(was))
+             ? was
+             : static_cast<T>(now);
+}
+
+template <class T> void read(T x, double& re, double&) { re = widened(x); }
+template <class T> void read(const complex<T>& x, double& re, double& im) {
+  re = widened(x.re), im = widened(x.im);
+}
+template <class T> T written(T was, double re, double) { return narrowed(re, was); }
+template <class T> complex<T> written(const complex<T>& was, double re, double im) {
+  return {narrowed(re, was.re), narrowed(im, was.im)};
+}
+
+}  // namespace
+
 template <class E>
-void report(std::int32_t status, std::int32_t index, operand<const E> a, operand<const E> b, operand<E> r1,
-            operand<E> r2, const char* function) {
+void report(std::int32_t status, std::int32_t index, const E* a, const E& arg1, const E& arg2, E& r1, E& r2,
+            const char* function) {
   const std::uint32_t mode = zur::mode();
   const std::uint32_t byte = mode & ZUR_ERRMODE_MASK;
   if (byte == ZUR_ERRMODE_NOERR) return;
@@ -131,51 +149,38 @@ void report(std::int32_t status, std::int32_t index, operand<const E> a, operand
   thread.status = status;
   if (byte == ZUR_ERRMODE_IGNORE) return;
 
-  ZurErrorContext c;
+  ZurErrorContext c = {};
   c.Code = status;
   c.Index = index;
   if (thread.interf_input_vector) {
     constexpr int shift = std::bit_width(sizeof(E)) - 1;
     const auto bytes =
-        reinterpret_cast<std::intptr_t>(a.p) - reinterpret_cast<std::intptr_t>(thread.interf_input_vector);
+        reinterpret_cast<std::intptr_t>(a) - reinterpret_cast<std::intptr_t>(thread.interf_input_vector);
     c.Index += static_cast<std::int32_t>(bytes >> shift);
   }
-  c.FuncNameLen = 0;
-  while (c.FuncNameLen < 47 && function[c.FuncNameLen]) {
+  for (; c.FuncNameLen < 47 && function[c.FuncNameLen]; c.FuncNameLen++)
     c.FuncName[c.FuncNameLen] = function[c.FuncNameLen];
-    c.FuncNameLen++;
-  }
-  c.FuncName[c.FuncNameLen] = '\0';
+  const E was1 = r1, was2 = r2;
   if (has_values(status)) {
-    read(a.at(index), c.Arg1, c.Arg1Im);
-    read(b.at(index), c.Arg2, c.Arg2Im);
-    read(r1.at(index), c.Res1, c.Res1Im);
-    read(r2.at(index), c.Res2, c.Res2Im);
+    read(arg1, c.Arg1, c.Arg1Im);
+    read(arg2, c.Arg2, c.Arg2Im);
+    read(was1, c.Res1, c.Res1Im);
+    read(was2, c.Res2, c.Res2Im);
   }
   if ((mode & ZUR_ERRMODE_CALLBACK) && thread.callback && thread.callback(&c) != 0) return;
   constexpr std::uint32_t emitting = 0x2F00;
   if (mode & emitting) ZurEmitError(c);
   if (has_values(status)) {
-    write(r2.at(index), c.Res2, c.Res2Im);
-    write(r1.at(index), c.Res1, c.Res1Im);
+    r2 = written(was2, c.Res2, c.Res2Im);
+    r1 = written(was1, c.Res1, c.Res1Im);
   }
 }
 
-}  // namespace
-
-#define ZUR_REPORTER(E, name)                                                                      \
-  void name(std::int32_t status, std::int32_t index, const E* a, const E* b, E* r1, E* r2,         \
-            const char* function) {                                                                \
-    report<E>(status, index, {a, 1}, {b, 1}, {r1, 1}, {r2, 1}, function);                          \
-  }                                                                                                \
-  void name##I(std::int32_t status, std::int32_t index, const E* a, std::int32_t inca, const E* b, \
-               std::int32_t incb, E* r1, std::int32_t incr1, E* r2, std::int32_t incr2,            \
-               const char* function) {                                                             \
-    report<E>(status, index, {a, inca}, {b, incb}, {r1, incr1}, {r2, incr2}, function);            \
-  }
-ZUR_REPORTER(float, ZurReportS)
-ZUR_REPORTER(double, ZurReportD)
-ZUR_REPORTER(complex<float>, ZurReportC)
-ZUR_REPORTER(complex<double>, ZurReportZ)
+#define ZUR_REPORTER(E) \
+  template void report(std::int32_t, std::int32_t, const E*, const E&, const E&, E&, E&, const char*);
+ZUR_REPORTER(float)
+ZUR_REPORTER(double)
+ZUR_REPORTER(complex<float>)
+ZUR_REPORTER(complex<double>)
 
 }  // namespace zur

@@ -1,11 +1,8 @@
 // The element reporter: the only path by which a kernel says anything about an element.
 //
 // It stores the status in the thread's record, offers the element to the thread's callback, which may replace
-// the result, and then does what the error-mode byte asks for: errno, standard error, the x87 condition. The
-// result must be in the output array before the call, and is taken from there again after it. A kernel of one
-// input passes it twice, and so with one output. Element i of an array lies at index i times its increment.
-//
-// One variant for each element type, and with a trailing I for arrays with increments.
+// the result, and then does what the error-mode byte asks for: errno, standard error, the x87 condition. Each report
+// goes by the mode word of its moment.
 #pragma once
 #include <cstdint>
 
@@ -13,16 +10,20 @@
 
 namespace [[gnu::visibility("hidden")]] zur {
 
-#define ZUR_REPORTER(E, name)                                                                      \
-  void name(std::int32_t status, std::int32_t index, const E* a, const E* b, E* r1, E* r2,         \
-            const char* function);                                                                 \
-  void name##I(std::int32_t status, std::int32_t index, const E* a, std::int32_t inca, const E* b, \
-               std::int32_t incb, E* r1, std::int32_t incr1, E* r2, std::int32_t incr2,            \
-               const char* function);
-ZUR_REPORTER(float, ZurReportS)
-ZUR_REPORTER(double, ZurReportD)
-ZUR_REPORTER(complex<float>, ZurReportC)
-ZUR_REPORTER(complex<double>, ZurReportZ)
-#undef ZUR_REPORTER
+// About element `index` of a kernel's call on array `a`, by which the index is corrected: arguments as they were before
+// results may have taken their place, and the results in their arrays, where they must stand before the call and are
+// taken from again after it. What there is one of is given twice.
+template <class E>
+void report(std::int32_t status, std::int32_t index, const E* a, const E& arg1, const E& arg2, E& r1, E& r2,
+            const char* function);
+
+extern template void report(std::int32_t, std::int32_t, const float*, const float&, const float&, float&,
+                            float&, const char*);
+extern template void report(std::int32_t, std::int32_t, const double*, const double&, const double&, double&,
+                            double&, const char*);
+extern template void report(std::int32_t, std::int32_t, const complex<float>*, const complex<float>&,
+                            const complex<float>&, complex<float>&, complex<float>&, const char*);
+extern template void report(std::int32_t, std::int32_t, const complex<double>*, const complex<double>&,
+                            const complex<double>&, complex<double>&, complex<double>&, const char*);
 
 }  // namespace zur

@@ -9,7 +9,6 @@
 //
 // and, where they differ from the usual:
 //
-//   static constexpr T filler = T(0.75);      harmless argument for lanes past the end
 //   using environment = usual_environment<>;  see environment.h
 //   static constexpr bool screened = false;   true: elements go out in order as lanes are served, so that a
 //                                             callback sees all before its own in the output array
@@ -49,7 +48,6 @@ template <template <class> class root, class T, level L = la> struct usual_kerne
   using function = root<T>;
   using type = T;
   static constexpr level slot = L;
-  static constexpr T filler = T(0.75);
   using environment = usual_environment<>;
   static constexpr bool screened = false;
   static constexpr int inputs = 1, outputs = 1;
@@ -89,18 +87,13 @@ template <class K> inline constexpr bool saturates = requires {
   K::underflow;
 };
 
-// Lane i of an array, or the filler past the first m.
-template <bool whole, class T, template <class> class array>
-ZUR_INLINE T lane(array<const T> a, int i, int m, T filler) {
-  return whole || i < m ? a[i] : filler;
-}
-
-// A vector from the beginning of an array; unless it is whole, only its first m lanes are read.
-template <bool whole, class T, template <class> class array>
-ZUR_INLINE vec<T> take(array<const T> a, int m, T filler) {
+// A vector from the beginning of an array; unless it is whole, only its first m lanes are read. The first of them fills
+// the others, so that nothing is raised for elements that are not there.
+template <bool whole, class T, template <class> class array> ZUR_INLINE vec<T> take(array<const T> a, int m) {
   if constexpr (whole && requires { array<const T>::contiguous; }) return load(&a[0]);
+  const T first = a[0];
   return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
-    return vec<T>{lane<whole>(a, i, m, filler)...};
+    return vec<T>{(whole || int{i} < m ? a[i] : first)...};
   }
   (std::make_index_sequence<lanes<T>>());
 }
@@ -133,8 +126,7 @@ template <class K, int count, class T = typename K::type> struct group {
     for (int v = 0; v < count; v++) {
       const int past = v * lanes<T>;
 #pragma GCC unroll 2
-      for (int s = 0; s < K::inputs; s++)
-        x[v][s] = take<whole, T>(arrays.in[s].from(first + past), m - past, K::filler);
+      for (int s = 0; s < K::inputs; s++) x[v][s] = take<whole, T>(arrays.in[s].from(first + past), m - past);
       y[v] = fast(k, x[v], std::make_index_sequence<K::inputs>());
     }
   }
@@ -147,21 +139,6 @@ template <class K, int count, class T = typename K::type> struct group {
     return bits<T>(any) != 0;
   }
 };
-
-template <class T>
-void report(int status, int i, dense<const T> a, dense<const T> b, dense<T> r1, dense<T> r2,
-            const char* name) {
-  if constexpr (sizeof(T) == 4) ZurReportS(status, i, a.p, b.p, r1.p, r2.p, name);
-  if constexpr (sizeof(T) == 8) ZurReportD(status, i, a.p, b.p, r1.p, r2.p, name);
-}
-template <class T>
-void report(int status, int i, strided<const T> a, strided<const T> b, strided<T> r1, strided<T> r2,
-            const char* name) {
-  if constexpr (sizeof(T) == 4)
-    ZurReportSI(status, i, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
-  if constexpr (sizeof(T) == 8)
-    ZurReportDI(status, i, a.p, a.inc, b.p, b.inc, r1.p, r1.inc, r2.p, r2.inc, name);
-}
 
 template <class F, class E> constexpr const char* report_name(dense<E>) { return F::name; }
 template <class F, class E> constexpr const char* report_name(strided<E>) { return F::twin_name; }
@@ -185,7 +162,8 @@ template <class K, int count, template <class> class array>
     if constexpr (saturates<K>)
       if ((mode & ZUR_ERRMODE_MASK) == ZUR_ERRMODE_NOERR) {
         const vec<T> x = g.x[v][0];
-        const auto over = x >= K::overflow, under = x <= K::underflow;
+        const vec<T> number = as<vec<T>>(as<ints<T>>(x) & (x == x));  // an order of NaN would be invalid
+        const auto over = number >= K::overflow, under = number <= K::underflow;
         store(&out[0][past], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : g.y[v].value[0]);
         settled = bits<T>(where<T>(over | under));
       }
@@ -208,8 +186,9 @@ template <class K, int count, template <class> class array>
     if constexpr (K::screened)
       for (; stored < i; stored++) store_lane(stored);
     store_lane(i);
-    report<T>(status, first + i, arrays.in[0], arrays.in[K::inputs - 1], arrays.out[0],
-              arrays.out[K::outputs - 1], report_name<typename K::function>(arrays.in[0]));
+    zur::report<T>(status, first + i, arrays.in[0].p, in[0][i], in[K::inputs - 1][i],
+                   arrays.out[0][first + i], arrays.out[K::outputs - 1][first + i],
+                   report_name<typename K::function>(arrays.in[0]));
     if constexpr (K::screened) stored = i + 1;
     if constexpr (!K::screened)
       for (int o = 0; o < K::outputs; o++) out[o][i] = arrays.out[o][first + i];

@@ -4,8 +4,7 @@
 
 namespace zur::inline ZUR_WIDTH {
 
-// A kernel of `root` in blocks of so many elements. Its filler is harmless in every one of these functions.
-// Blocks of kernels that never report are what suits the processor.
+// A kernel of `root` in blocks of so many elements. Blocks of kernels that never report are what suits the processor.
 template <class T, template <class> class root, int elements, int in = 1>
 struct arith : usual_kernel<root, T> {
   static constexpr int block = elements, inputs = in;

@@ -17,8 +17,8 @@ template <class T, level L> struct inv_sqrt_kernel : usual_kernel<fn::InvSqrt, T
 // The routine of all kernels: `reciprocal_root` takes a positive number.
 template <class T, class F> int special_reciprocal_root(T x, T& r, F reciprocal_root) {
   if (x == 0) return pole(x, r);
-  if (x < 0) return out_of_domain(r);
   if (x != x) return r = x + x, ZUR_STATUS_OK;
+  if (x < 0) return out_of_domain(r);
   if (x == infinite<T>) return r = 0, ZUR_STATUS_OK;
   return r = reciprocal_root(x), ZUR_STATUS_OK;
 }
@@ -34,7 +34,6 @@ struct single_step : inv_sqrt_kernel<float, la>, single_routine {
   using environment = usual_environment<fp::nearest, 0x23F>;
   static constexpr int block = 8;
   static constexpr bool screened = true;
-  static constexpr float filler = 3;
 
   static results<float> fast(vec<float> x) {
     const vec<float> y = approx_reciprocal_root(x);
