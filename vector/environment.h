@@ -22,6 +22,7 @@ inline constexpr unsigned nearest = masks;  // control words by rounding
 inline constexpr unsigned up = masks | 0x4000;
 inline constexpr unsigned down = masks | 0x2000;
 inline constexpr unsigned toward_zero = masks | 0x6000;
+inline constexpr unsigned rounding = 0x6000;  // these bits are 0 to nearest
 
 ZUR_INLINE void fence() { asm volatile("" ::: "memory"); }
 
@@ -110,8 +111,10 @@ template <unsigned control = fp::nearest, std::uint16_t x87 = 0> class usual_env
   std::uint32_t mode() const { return mode_; }
 };
 
-// Exceptions masked, nothing else: rounding and denormals stay the caller's and no mode word is read.
-class mask_only_environment {
+// Exceptions masked, nothing else: denormals stay the caller's and no mode word is read. The rounding is the caller's
+// too, or to nearest.
+template <bool to_nearest = false> class mask_only_environment {
+  static constexpr unsigned changeable = fp::masks | (to_nearest ? fp::rounding : 0);
   x87_scope<> x87_;
   unsigned saved_;
   bool changed_;
@@ -119,9 +122,9 @@ class mask_only_environment {
  public:
   ZUR_INLINE mask_only_environment() {
     saved_ = _mm_getcsr();
-    changed_ = (saved_ & fp::masks) != fp::masks;
+    changed_ = (saved_ & changeable) != fp::nearest;
     if (changed_) [[unlikely]]
-      _mm_setcsr(saved_ | fp::masks);
+      _mm_setcsr((saved_ & ~changeable) | fp::nearest);
     fp::fence();
   }
   ZUR_INLINE ~mask_only_environment() {

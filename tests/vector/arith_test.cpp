@@ -201,6 +201,31 @@ TEST(arith, denormal_numbers_go_by_the_mode_word) {
       });
 }
 
+// Where denormal numbers are flushed a remainder may become zero, but no other number than the exact one.
+template <class T> void check_remainders_flushed() {
+  std::mt19937 random(3);
+  for (const char* root : {"Fmod", "Remainder"})
+    for (const kernel& k : kernels_of<T>(root))
+      on_new_thread([&] {
+        _zurSetMode(ZUR_ERRMODE_IGNORE | ZUR_FLUSH_DENORMALS);
+        for (int i = 0; i < 2000; i++) {
+          const auto draw = [&](int range) {
+            return std::ldexp(least<T> * (1 + static_cast<T>(random()) * T(0x1p-32)),
+                              static_cast<int>(random() % range));
+          };
+          const T x = draw(12), y = draw(6);
+          T r = -7;
+          k({1, {&x, &y}, {&r}, {2, 2}, {2}});
+          const T exact = root[0] == 'F' ? std::fmod(x, y) : std::remainder(x, y);
+          const bool flushed = std::fabs(exact) < least<T> && r == 0;
+          ASSERT_TRUE(flushed || r == exact)
+              << k << " of " << std::hexfloat << x << ", " << y << ": " << r << ", not " << exact;
+        }
+      });
+}
+TEST(arith, single_remainders_flushed) { check_remainders_flushed<float>(); }
+TEST(arith, double_remainders_flushed) { check_remainders_flushed<double>(); }
+
 // ---- LinearFrac
 
 template <class T> using linear = void (*)(std::int32_t, const T*, const T*, T, T, T, T, T*);
@@ -241,6 +266,30 @@ template <class T> void check_all_linear() {
   check_linear<T>(false, true, 0, 3, 2, 5);
   check_linear<T>(true, false, 0, 3, 0, -3);
 }
+
+// The scalars are looked at for no element, and the elements past the end not at all.
+template <class T> void check_linear_flags() {
+  struct {
+    int n;
+    T sa, ta, sb, tb;
+  } const rows[] = {{0, 1, 1, 0, 0}, {-1, 1, 1, 0, 0}, {1, 1, 0, 1, T(-0.75)}, {3, max<T>, 0, 1, 0}};
+  const auto kernels = kernels_of<T>("LinearFrac");
+  const T a[] = {1, T(0.25), T(0.5), 1, T(0.25), 1}, b[] = {2, 4, 3, 4, 5, 4};
+  for (const auto& row : rows) {
+    T r[6];
+    const auto check = [&](const fp_words& after) {
+      EXPECT_EQ(after.sse_flags() & (invalid_flag | divide_flag | overflow_flag), 0u) << row.n;
+    };
+    check(under({}, [&] {
+      reinterpret_cast<linear<T>>(kernels[0].f->table[0])(row.n, a, b, row.sa, row.ta, row.sb, row.tb, r);
+    }));
+    check(under({}, [&] {
+      reinterpret_cast<linear_twin<T>>(kernels[3].f->table[0])(row.n, a, 2, b, 2, row.sa, row.ta, row.sb,
+                                                               row.tb, r, 2);
+    }));
+  }
+}
+TEST(arith, linear_frac_flags) { check_linear_flags<float>(), check_linear_flags<double>(); }
 TEST(arith, linear_frac_single) { check_all_linear<float>(); }
 TEST(arith, linear_frac_double) { check_all_linear<double>(); }
 

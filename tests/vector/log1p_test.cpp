@@ -38,6 +38,21 @@ const row<T> rows[] = {
 
 TEST(log1p, single_edges) { check_rows("Log1p", rows<float>, {std::log1p}); }
 TEST(log1p, double_edges) { check_rows("Log1p", rows<double>, {std::log1p}); }
+
+// Double at HA has no frame of its own but for its rounding: results do not depend on the caller's.
+TEST(log1p, results_hold_in_every_rounding) {
+  for (const kernel& k : kernels_of<double>("Log1p"))
+    for (const double x :
+         {0.0, 0x1p-1000, -0x1p-100, 1e-20, -1e-9, 0.1, -0.9, 3.0, 1e10, 0x1p1022, most<double>}) {
+      const auto result = [&](unsigned sse) {
+        double r;
+        under({sse}, [&] { k({1, {&x}, {&r}, {2}, {2}}); });
+        return std::bit_cast<std::uint64_t>(r);
+      };
+      for (const unsigned sse : {0x3F80u, 0x5F80u, 0x7F80u})
+        EXPECT_EQ(result(sse), result(0x1F80)) << k << " under " << std::hex << sse << " of " << x;
+    }
+}
 TEST(log1p, signalling_nan) { check_signalling("Log1p"); }
 
 }  // namespace

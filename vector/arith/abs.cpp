@@ -11,7 +11,7 @@ template <class T> struct abs_base : usual_kernel<fn::Abs, T> {
 // x times 1.0 with the sign of x: a signalling NaN is quietened and keeps its sign. The caller's rounding and
 // denormal handling hold.
 template <class T> struct abs_unit : abs_base<T> {
-  using environment = mask_only_environment;
+  using environment = mask_only_environment<>;
   static results<T> fast(vec<T> x) { return {{x * with_sign<T>(all(T(1)), x)}}; }
 };
 

@@ -66,15 +66,19 @@ template <class T> struct whole {
   }
 };
 
-// The remainder of |a| divided by |b|, |a| >= |b| > 0 and finite, and whether the whole quotient is odd. The
-// dividend goes in 64 bits at a time.
+// The remainder of |a| divided by |b|, |b| > 0 and both finite, and whether the whole quotient is odd. The dividend goes
+// in 64 bits at a time. Afterwards rest and divisor have one exponent, unless the dividend is below a quarter of the
+// divisor.
 template <class T> struct division {
-  whole<T> rest;
+  whole<T> rest, divisor;
   bool odd;
 
-  division(T a, T b) : rest(a), odd(false) {
-    const whole<T> divisor(b);
+  division(T a, T b) : rest(a), divisor(b), odd(false) {
     int shift = rest.exponent - divisor.exponent;
+    if (shift < 0) {
+      if (shift == -1) divisor.mantissa <<= 1, divisor.exponent--;
+      return;
+    }
     const auto divide = [&](unsigned __int128 dividend) {
       odd = dividend / divisor.mantissa & 1;
       rest.mantissa = static_cast<std::uint64_t>(dividend % divisor.mantissa);
@@ -123,15 +127,13 @@ template <class T> struct remainder : arith<T, fn::Remainder, 4, 2> {
     if (ab == 0) return r = fp::divide(T(0), T(0)), ZUR_STATUS_DOMAIN;
     if (aa > std::numeric_limits<T>::max()) return r = fp::divide(T(0), T(0)), ZUR_STATUS_OK;
     if (ab > std::numeric_limits<T>::max() || aa == 0) return r = a, ZUR_STATUS_OK;
-    bool odd = false;
-    T v = aa;
-    if (aa >= ab) {
-      const division<T> d(a, b);
-      v = d.rest.number(), odd = d.odd;
-    }
-    const T other = ab - v;  // exact unless it is the larger
-    if (v > other || (v == other && odd)) v = -other;
-    return r = a < 0 ? -v : v, ZUR_STATUS_OK;
+    // By whole numbers, so that denormal ones count in every mode.
+    division<T> d(a, b);
+    const std::uint64_t other = d.divisor.mantissa - d.rest.mantissa;
+    const bool beyond_half = d.rest.exponent == d.divisor.exponent &&
+                             (d.rest.mantissa > other || (d.rest.mantissa == other && d.odd));
+    if (beyond_half) d.rest.mantissa = other;
+    return r = __builtin_copysign(d.rest.number(), beyond_half ? -a : a), ZUR_STATUS_OK;
   }
 };
 

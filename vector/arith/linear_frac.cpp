@@ -23,7 +23,7 @@ ZUR_INLINE vec<double> reciprocal(vec<double> d) {
 }
 
 template <class T, int in> struct fraction : arith<T, fn::LinearFrac, 8, in> {
-  using environment = std::conditional_t<sizeof(T) == 4, usual_environment<>, mask_only_environment>;
+  using environment = std::conditional_t<sizeof(T) == 4, usual_environment<>, mask_only_environment<>>;
 };
 
 // The denominator is constant, with c its reciprocal.
@@ -46,6 +46,7 @@ template <class T> struct general : fraction<T, 2> {
 template <class T, template <class> class array>
 ZUR_INLINE void choose(std::int32_t n, array<const T> a, array<const T> b, T scalea, T shifta, T scaleb,
                        T shiftb, array<T> r) {
+  if (n <= 0) return;
   const typename fraction<T, 2>::environment environment;
   fp::launder(scalea, shifta, scaleb, shiftb);
   const auto mode = environment.mode();

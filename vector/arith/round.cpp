@@ -39,8 +39,8 @@ struct rounded_both_ways : rounding<T, root> {
 };
 template <class T> using ceil_unit = rounded_both_ways<T, fn::Ceil, usual_environment<fp::up>, false>;
 template <class T> using floor_unit = rounded_both_ways<T, fn::Floor, usual_environment<fp::down>>;
-template <class T> using rint_unit = rounded_both_ways<T, fn::Rint, mask_only_environment>;
-template <class T> using nearby_unit = rounded_both_ways<T, fn::NearbyInt, mask_only_environment>;
+template <class T> using rint_unit = rounded_both_ways<T, fn::Rint, mask_only_environment<>>;
+template <class T> using nearby_unit = rounded_both_ways<T, fn::NearbyInt, mask_only_environment<>>;
 
 template <class T> struct trunc_unit : rounding<T, fn::Trunc> {
   using environment = usual_environment<fp::toward_zero>;

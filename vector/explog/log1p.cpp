@@ -110,9 +110,9 @@ struct double_twin_ha : log1p_kernel<double, ha> {
   }
 };
 
-// The rounding stays the caller's.
+// Denormals stay the caller's. In another rounding than to nearest what 1 + x loses is no number of the type.
 struct double_ha : double_twin_ha {
-  using environment = mask_only_environment;
+  using environment = mask_only_environment<true>;
   static constexpr int block = 4;
 };
 
