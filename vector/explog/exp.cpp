@@ -191,7 +191,8 @@ template <level L, class D> struct double_exp : usual_kernel<fn::Exp, double, L>
     if (x >= overflow) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
     if (x < 0) return r = evaluate(all(x), 0)[0], ZUR_STATUS_OK;
     // 2^1024 leaves the exponent field before e^x leaves the finite numbers.
-    return r = 2 * evaluate(all(x), -1)[0], ZUR_STATUS_OK;
+    r = 2 * evaluate(all(x), -1)[0];
+    return r == __builtin_inf() ? ZUR_STATUS_OVERFLOW : ZUR_STATUS_OK;  // at EP the error may carry it there
   }
 };
 

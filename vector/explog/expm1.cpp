@@ -86,8 +86,8 @@ struct single_expm1 : usual_kernel<fn::Expm1, float> {
   }
 
   static int routine(const float& x, float& r) {
-    if (x < 0) return r = -1, ZUR_STATUS_OK;
     if (x != x || x == __builtin_inff()) return r = x * x, ZUR_STATUS_OK;
+    if (x < 0) return r = -1, ZUR_STATUS_OK;
     if (x > 88.7228317f) return r = fp::square(0x1p127f), ZUR_STATUS_OVERFLOW;
     return r = exp2_to_single(x * 1.4426950408889634), ZUR_STATUS_OK;
   }
@@ -101,8 +101,8 @@ struct double_expm1 : usual_kernel<fn::Expm1, double> {
   static flags<double> test(vec<double> x) { return above_abs<double>(x, bound); }
 
   static int routine(const double& x, double& r) {
-    if (x < 0) return r = -1, ZUR_STATUS_OK;
     if (x != x || x == __builtin_inf()) return r = x * x, ZUR_STATUS_OK;
+    if (x < 0) return r = -1, ZUR_STATUS_OK;
     if (x >= 709.7827128933841) return r = fp::square(0x1p1023), ZUR_STATUS_OVERFLOW;
     // 2^1024 leaves the exponent field before e^x leaves the finite numbers.
     const parts<double_data> e(all(x), -1);

@@ -37,7 +37,7 @@ template <class T> struct logb_all : usual_kernel<fn::Logb, T>, layout<T> {
   static int routine(const T& x, T& r) {
     if (x == 0) return r = fp::divide(T(-1), T(0)), ZUR_STATUS_DOMAIN;
     const auto size = magnitude<T>(all(x));
-    if (!(size[0] < 1)) return r = size[0], ZUR_STATUS_OK;  // infinity or NaN
+    if (x != x || size[0] == static_cast<T>(__builtin_inf())) return r = size[0], ZUR_STATUS_OK;
     return r = exponent(size * lay::raise, lay::bias + lay::raised)[0], ZUR_STATUS_OK;
   }
 };
