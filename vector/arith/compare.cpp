@@ -44,7 +44,8 @@ template <class T> struct copy_sign : arith<T, fn::CopySign, 64 / sizeof(T), 2> 
 
 template <class T> struct fdim : arith<T, fn::Fdim, 64 / sizeof(T), 2> {
   static results<T> fast(vec<T> a, vec<T> b) {
-    return {{b < a ? a - b : vec<T>{}}, not_finite<T>(a) | not_finite<T>(b)};
+    const vec<T> d = a - b, size = magnitude<T>(d);  // no finite number where a or b is none
+    return {{as<vec<T>>(as<ints<T>>(size) & (d == size))}, not_finite<T>(d)};
   }
   static int routine(const T& a, const T& b, T& r) {
     if (a != a) r = fp::quieted(a);

@@ -24,22 +24,24 @@ template <class T, class F> int special_hypot(T a, T b, T& r, F hypot) {
   return r = hypot(a, b), ZUR_STATUS_OK;
 }
 
-// The sum of the squares, all but exact: p and q, the larger and the smaller, are cut to 5 bits (7 in double), of which
-// the squares and their sum, `large`, are exact, where q is not so small that all of it counts with the rest.
+// The sum of the squares, all but exact: both numbers are cut to 5 bits (7 in double), of which the squares and their
+// sum, `large`, are exact; but one that is far smaller than the other counts with the rest as a whole.
 template <class T> struct squares {
   vec<T> large, small;
 
   squares(vec<T> x, vec<T> y) {
     constexpr bool single = sizeof(T) == 4;
     constexpr std::uint64_t leading = single ? 0xFFF80000 : 0xFFFFC00000000000;
-    constexpr std::uint64_t far = single ? 0x02000000 : 0x0060000000000000;
-    const vec<T> a = magnitude<T>(x), b = magnitude<T>(y), p = a > b ? a : b;
-    const vec<T> q = as<vec<T>>(as<pattern<T>>(a) ^ as<pattern<T>>(b) ^ as<pattern<T>>(p));
-    const vec<T> p_hi = as<vec<T>>(as<pattern<T>>(p) & leading);
-    const auto near = as<pattern<T>>(as<vec<T>>(as<pattern<T>>(q) + far) >= p);
-    const vec<T> q_hi = as<vec<T>>(as<pattern<T>>(q) & (near & leading));
-    large = p_hi * p_hi + q_hi * q_hi;
-    small = (p - p_hi) * (p + p_hi) + (q - q_hi) * (q + q_hi);
+    constexpr std::int32_t far = single ? 0x02000000 : 0x00600000;
+    const vec<T> a = magnitude<T>(x), b = magnitude<T>(y);
+    const words above =
+        as<words>(as<pattern<float>>(a) - as<pattern<float>>(b));  // of double, the upper words tell
+    const auto cut = [](vec<T> v, words counts) {
+      return as<vec<T>>(as<pattern<T>>(v) & (as<pattern<T>>(counts) & leading));
+    };
+    const vec<T> a_hi = cut(a, above >= -far), b_hi = cut(b, above <= far);
+    large = a_hi * a_hi + b_hi * b_hi;
+    small = (a - a_hi) * (a + a_hi) + (b - b_hi) * (b + b_hi);
   }
   vec<T> sum() const { return small + large; }
 };

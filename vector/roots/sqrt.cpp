@@ -15,8 +15,8 @@ template <class T, level L> struct sqrt_kernel : usual_kernel<fn::Sqrt, T, L> {
 
 // The routine of all kernels: `root` gives the root of a positive number.
 template <class T, class F> int special_root(T x, T& r, F root) {
+  if (x != x || x == 0 || x == infinite<T>) return r = x + x, ZUR_STATUS_OK;
   if (x < 0) return out_of_domain(r);
-  if (!(x > 0 && x < infinite<T>)) return r = x + x, ZUR_STATUS_OK;
   return r = root(x), ZUR_STATUS_OK;
 }
 
