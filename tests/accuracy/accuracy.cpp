@@ -393,9 +393,10 @@ Written by the program `accuracy` (tests/accuracy): the largest and the mean err
 the last place of the exact result. Among denormal results the unit is the smallest denormal number, and
 they have a column of their own; an infinite result counts as the power of two after the largest finite number.
 The mean is over arguments spread evenly where results are ordinary. Relative errors, given for EP, are against
-the smallest normal number where results are smaller. The limits are those that the tests hold
-(vector/limits.def); below the normal numbers LA stays below 4 ulp and HA below 1. *unit* are the kernels of unit
-stride, *twin* the strided ones; levels that share a kernel share a row.
+the smallest normal number where results are smaller, and in Ln, Log2 and Log10, which are zero at 1, against 1/4: so
+near to 1 double Ln at EP keeps 20 bits of its result, while the others keep the bits of their level there too. The
+limits are those that the tests hold (vector/limits.def); below the normal numbers LA stays below 4 ulp and HA below 1.
+*unit* are the kernels of unit stride, *twin* the strided ones; levels that share a kernel share a row.
 
 Double kernels are measured against MPFR at 160 bits over random bit patterns, evenly over the function's
 interval, at and around thresholds and hard cases, and at the boundaries of table rows. Single kernels are
