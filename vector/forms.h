@@ -3,8 +3,20 @@
 // ZUR_FORM_x(E, R): parameters of a unit-stride kernel; ZUR_FORM_x_TWIN(E, R): those of its strided twin.
 // ZUR_PASS_x, ZUR_PASS_x_TWIN: the arguments by name. ZUR_EXPORTED_x(E, R): parameters of the exported function.
 // They are the kernel's, but for the pack functions: their kernels take a flag last, which their exported
-// functions always set.
+// functions always set. ZUR_ELEMENTS_x(E, R): elements of arguments and of results.
 #pragma once
+
+#define ZUR_ELEMENTS_unary(E, R) E, E
+#define ZUR_ELEMENTS_to_real(E, R) E, R
+#define ZUR_ELEMENTS_from_real(E, R) R, E
+#define ZUR_ELEMENTS_binary(E, R) E, E
+#define ZUR_ELEMENTS_two_results(E, R) E, E
+#define ZUR_ELEMENTS_scalar(E, R) E, E
+#define ZUR_ELEMENTS_linear(E, R) E, E
+#define ZUR_ELEMENTS_pack_step(E, R) E, E
+#define ZUR_ELEMENTS_pack_at(E, R) E, E
+#define ZUR_ELEMENTS_unpack_step(E, R) E, E
+#define ZUR_ELEMENTS_unpack_at(E, R) E, E
 
 #define ZUR_FORM_unary(E, R) int32_t n, const E *a, E *r
 #define ZUR_EXPORTED_unary ZUR_FORM_unary

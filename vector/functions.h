@@ -34,15 +34,20 @@ enum level : int { la, ha, ep };
 
 // fn::Exp<float> and so on: what the list says of a function, for its kernels.
 namespace fn {
+template <class A, class R> struct elements {
+  using argument = A;
+  using result = R;
+};
 #define ZUR_TWIN_NAME_I(type, root) "v" #type #root "I"
 #define ZUR_TWIN_NAME__(type, root) "v" #type #root
 #define ZUR_TWIN_NAME_none(type, root) ""
-#define KERNELS(type, root, form, sharing, twin, ...)                     \
-  template <class E> struct root;                                         \
-  template <> struct root<ZUR_ELEMENT_##type> {                           \
-    static constexpr char name[] = "v" #type #root;                       \
-    static constexpr char twin_name[] = ZUR_TWIN_NAME_##twin(type, root); \
-    static constexpr auto& table = type##root##_table;                    \
+#define KERNELS(type, root, form, sharing, twin, ...)                                                    \
+  template <class E> struct root;                                                                        \
+  template <>                                                                                            \
+  struct root<ZUR_ELEMENT_##type> : elements<ZUR_ELEMENTS_##form(ZUR_ELEMENT_##type, ZUR_REAL_##type)> { \
+    static constexpr char name[] = "v" #type #root;                                                      \
+    static constexpr char twin_name[] = ZUR_TWIN_NAME_##twin(type, root);                                \
+    static constexpr auto& table = type##root##_table;                                                   \
   };
 #include "vector/functions.def"
 }  // namespace fn

@@ -139,8 +139,8 @@ template <class T> complex<T> written(const complex<T>& was, double re, double i
 
 }  // namespace
 
-template <class E>
-void report(std::int32_t status, std::int32_t index, const E* a, const E& arg1, const E& arg2, E& r1, E& r2,
+template <class A, class R>
+void report(std::int32_t status, std::int32_t index, const A* a, const A& arg1, const A& arg2, R& r1, R& r2,
             const char* function) {
   const std::uint32_t mode = zur::mode();
   const std::uint32_t byte = mode & ZUR_ERRMODE_MASK;
@@ -153,14 +153,14 @@ void report(std::int32_t status, std::int32_t index, const E* a, const E& arg1, 
   c.Code = status;
   c.Index = index;
   if (thread.interf_input_vector) {
-    constexpr int shift = std::bit_width(sizeof(E)) - 1;
+    constexpr int shift = std::bit_width(sizeof(A)) - 1;
     const auto bytes =
         reinterpret_cast<std::intptr_t>(a) - reinterpret_cast<std::intptr_t>(thread.interf_input_vector);
     c.Index += static_cast<std::int32_t>(bytes >> shift);
   }
   for (; c.FuncNameLen < 47 && function[c.FuncNameLen]; c.FuncNameLen++)
     c.FuncName[c.FuncNameLen] = function[c.FuncNameLen];
-  const E was1 = r1, was2 = r2;
+  const R was1 = r1, was2 = r2;
   if (has_values(status)) {
     read(arg1, c.Arg1, c.Arg1Im);
     read(arg2, c.Arg2, c.Arg2Im);
@@ -176,11 +176,14 @@ void report(std::int32_t status, std::int32_t index, const E* a, const E& arg1, 
   }
 }
 
-#define ZUR_REPORTER(E) \
-  template void report(std::int32_t, std::int32_t, const E*, const E&, const E&, E&, E&, const char*);
-ZUR_REPORTER(float)
-ZUR_REPORTER(double)
-ZUR_REPORTER(complex<float>)
-ZUR_REPORTER(complex<double>)
+#define ZUR_REPORTER(A, R) \
+  template void report(std::int32_t, std::int32_t, const A*, const A&, const A&, R&, R&, const char*);
+#define ZUR_REPORTERS(T)               \
+  ZUR_REPORTER(T, T)                   \
+  ZUR_REPORTER(complex<T>, complex<T>) \
+  ZUR_REPORTER(complex<T>, T)          \
+  ZUR_REPORTER(T, complex<T>)
+ZUR_REPORTERS(float)
+ZUR_REPORTERS(double)
 
 }  // namespace zur

@@ -13,17 +13,8 @@ namespace [[gnu::visibility("hidden")]] zur {
 // About element `index` of a kernel's call on array `a`, by which the index is corrected: arguments as they were before
 // results may have taken their place, and the results in their arrays, where they must stand before the call and are
 // taken from again after it. What there is one of is given twice.
-template <class E>
-void report(std::int32_t status, std::int32_t index, const E* a, const E& arg1, const E& arg2, E& r1, E& r2,
+template <class A, class R>
+void report(std::int32_t status, std::int32_t index, const A* a, const A& arg1, const A& arg2, R& r1, R& r2,
             const char* function);
-
-extern template void report(std::int32_t, std::int32_t, const float*, const float&, const float&, float&,
-                            float&, const char*);
-extern template void report(std::int32_t, std::int32_t, const double*, const double&, const double&, double&,
-                            double&, const char*);
-extern template void report(std::int32_t, std::int32_t, const complex<float>*, const complex<float>&,
-                            const complex<float>&, complex<float>&, complex<float>&, const char*);
-extern template void report(std::int32_t, std::int32_t, const complex<double>*, const complex<double>&,
-                            const complex<double>&, complex<double>&, complex<double>&, const char*);
 
 }  // namespace zur

@@ -19,11 +19,15 @@
 //                                             lane needs no routine where the error mode is NOERR
 //
 // A kernel whose `fast` flags nothing needs no routine. Scalars that come by value are members of K.
+//
+// Elements may be complex: `fast` has complex_lanes<T> then, `routine` complex<T>. Which of arguments and results are is told
+// by the function's form.
 #pragma once
 #include <cstddef>
 #include <type_traits>
 #include <utility>
 
+#include "vector/complex_lanes.h"
 #include "vector/environment.h"
 #include "vector/functions.h"
 #include "vector/lanes.h"
@@ -33,20 +37,23 @@ namespace zur::inline ZUR_WIDTH {
 
 // What `fast` says of a vector: the results of its lanes, and one bit for each lane that the routine must
 // serve.
-template <class T, int outputs = 1> struct results {
-  vec<T> value[outputs];
-  flags<T> flagged;
+template <class E, int outputs = 1> struct results {
+  using number = typename real_of<E>::type;
+  element_lanes<E> value[outputs];
+  flags<number> flagged;
 
   results() = default;  // nothing is set: setting many would keep them in memory
-  ZUR_INLINE results(const vec<T> (&v)[outputs], flags<T> f = flags<T>()) : flagged(f) {
+  ZUR_INLINE results(const element_lanes<E> (&v)[outputs], flags<number> f = flags<number>()) : flagged(f) {
     for (int o = 0; o < outputs; o++) value[o] = v[o];
   }
 };
 
-// What a kernel takes over unless it says otherwise.
-template <template <class> class root, class T, level L = la> struct usual_kernel {
-  using function = root<T>;
-  using type = T;
+// What a kernel takes over unless it says otherwise. Its type is that of the numbers in a lane.
+template <template <class> class root, class E, level L = la> struct usual_kernel {
+  using function = root<E>;
+  using type = typename real_of<E>::type;
+  using argument = typename function::argument;
+  using result = typename function::result;
   static constexpr level slot = L;
   using environment = usual_environment<>;
   static constexpr bool screened = false;
@@ -77,8 +84,8 @@ template <class E> struct strided {
 };
 
 template <class K, template <class> class array> struct operands {
-  array<const typename K::type> in[K::inputs];
-  array<typename K::type> out[K::outputs];
+  array<const typename K::argument> in[K::inputs];
+  array<typename K::result> out[K::outputs];
 };
 
 template <class K> inline constexpr bool has_routine = requires { &K::routine; };
@@ -87,37 +94,50 @@ template <class K> inline constexpr bool saturates = requires {
   K::underflow;
 };
 
-// A vector from the beginning of an array; unless it is whole, only its first m lanes are read. The first of them fills
-// the others, so that nothing is raised for elements that are not there.
-template <bool whole, class T, template <class> class array> ZUR_INLINE vec<T> take(array<const T> a, int m) {
-  if constexpr (whole && requires { array<const T>::contiguous; }) return load(&a[0]);
-  const T first = a[0];
+// at(0), at(1) and so on as a vector; unless it is whole, only the first m are read. The first of them fills the other
+// lanes, so that nothing is raised for elements that are not there.
+template <bool whole, class T, class At> ZUR_INLINE vec<T> gather(int m, At at) {
+  const T first = at(0);
   return [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
-    return vec<T>{(whole || int{i} < m ? a[i] : first)...};
+    return vec<T>{(whole || int{i} < m ? at(i) : first)...};
   }
   (std::make_index_sequence<lanes<T>>());
 }
 
-template <bool whole, class T, template <class> class array>
-ZUR_INLINE void put(array<T> r, int m, vec<T> v) {
-  if constexpr (whole && requires { array<T>::contiguous; }) return store(&r[0], v);
-  T lane[lanes<T>];
+// Elements from the beginning of an array.
+template <bool whole, class E, template <class> class array>
+ZUR_INLINE element_lanes<E> take(array<const E> a, int m) {
+  using T = typename real_of<E>::type;
+  if constexpr (whole && requires { array<const E>::contiguous; }) return load(&a[0]);
+  if constexpr (std::is_same_v<E, T>)
+    return gather<whole, T>(m, [&](int i) { return a[i]; });
+  else
+    return {gather<whole, T>(m, [&](int i) { return a[i].re; }),
+            gather<whole, T>(m, [&](int i) { return a[i].im; })};
+}
+
+template <bool whole, class E, template <class> class array>
+ZUR_INLINE void put(array<E> r, int m, element_lanes<E> v) {
+  if constexpr (whole && requires { array<E>::contiguous; }) return store(&r[0], v);
+  constexpr int count = lanes<typename real_of<E>::type>;
+  E lane[count];
   store(lane, v);
 #pragma GCC unroll 16
-  for (int i = 0; i < lanes<T>; i++)
+  for (int i = 0; i < count; i++)
     if (whole || i < m) r[i] = lane[i];
 }
 
 template <class K, std::size_t... s>
-ZUR_INLINE auto fast(const K& k, const vec<typename K::type> (&x)[K::inputs], std::index_sequence<s...>) {
+ZUR_INLINE auto fast(const K& k, const element_lanes<typename K::argument> (&x)[K::inputs],
+                     std::index_sequence<s...>) {
   return k.fast(x[s]...);
 }
 
 // `count` vectors of arguments, results and flags, in registers.
 template <class K, int count, class T = typename K::type> struct group {
   static_assert(count * lanes<T> <= 32);
-  vec<T> x[count][K::inputs];
-  results<T, K::outputs> y[count];
+  element_lanes<typename K::argument> x[count][K::inputs];
+  results<typename K::result, K::outputs> y[count];
 
   template <bool whole, template <class> class array>
   ZUR_INLINE group(const K& k, int m, int first, const operands<K, array>& arrays,
@@ -126,7 +146,8 @@ template <class K, int count, class T = typename K::type> struct group {
     for (int v = 0; v < count; v++) {
       const int past = v * lanes<T>;
 #pragma GCC unroll 2
-      for (int s = 0; s < K::inputs; s++) x[v][s] = take<whole, T>(arrays.in[s].from(first + past), m - past);
+      for (int s = 0; s < K::inputs; s++)
+        x[v][s] = take<whole, typename K::argument>(arrays.in[s].from(first + past), m - past);
       y[v] = fast(k, x[v], std::make_index_sequence<K::inputs>());
     }
   }
@@ -151,7 +172,8 @@ template <class K, int count, template <class> class array>
                                                 operands<K, array> arrays) {
   using T = typename K::type;
   const group<K, count> g(k, m, first, arrays, std::false_type());
-  T in[K::inputs][count * lanes<T>], out[K::outputs][count * lanes<T>];
+  typename K::argument in[K::inputs][count * lanes<T>];
+  typename K::result out[K::outputs][count * lanes<T>];
   unsigned flagged = 0;
   for (int v = 0; v < count; v++) {
     const int past = v * lanes<T>;
@@ -186,9 +208,8 @@ template <class K, int count, template <class> class array>
     if constexpr (K::screened)
       for (; stored < i; stored++) store_lane(stored);
     store_lane(i);
-    zur::report<T>(status, first + i, arrays.in[0].p, in[0][i], in[K::inputs - 1][i],
-                   arrays.out[0][first + i], arrays.out[K::outputs - 1][first + i],
-                   report_name<typename K::function>(arrays.in[0]));
+    zur::report(status, first + i, arrays.in[0].p, in[0][i], in[K::inputs - 1][i], arrays.out[0][first + i],
+                arrays.out[K::outputs - 1][first + i], report_name<typename K::function>(arrays.in[0]));
     if constexpr (K::screened) stored = i + 1;
     if constexpr (!K::screened)
       for (int o = 0; o < K::outputs; o++) out[o][i] = arrays.out[o][first + i];
@@ -212,7 +233,8 @@ ZUR_INLINE void step(const K& k, int m, int first, std::uint32_t mode, const ope
   for (int v = 0; v < count; v++)
 #pragma GCC unroll 2
     for (int o = 0; o < K::outputs; o++)
-      put<whole, T>(arrays.out[o].from(first + v * lanes<T>), m - v * lanes<T>, g.y[v].value[o]);
+      put<whole, typename K::result>(arrays.out[o].from(first + v * lanes<T>), m - v * lanes<T>,
+                                     g.y[v].value[o]);
 }
 
 // Whole blocks, then whole vectors, then what is left, in an environment that is entered.
@@ -240,31 +262,34 @@ ZUR_INLINE void all_elements(int n, const operands<K, array>& arrays) {
 
 // Kernels as table entries; the table's type chooses the form.
 
-template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, T* r) {
+template <class K, class A = typename K::argument, class R = typename K::result>
+void kernel(std::int32_t n, const A* a, R* r) {
   walk::all_elements<K, walk::dense>(n, {{{a}}, {{r}}});
 }
-template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, const T* b, T* r) {
+template <class K, class A = typename K::argument, class R = typename K::result>
+void kernel(std::int32_t n, const A* a, const A* b, R* r) {
   walk::all_elements<K, walk::dense>(n, {{{a}, {b}}, {{r}}});
 }
-template <class K, class T = typename K::type> void kernel(std::int32_t n, const T* a, T* r1, T* r2) {
+template <class K, class A = typename K::argument, class R = typename K::result>
+void kernel(std::int32_t n, const A* a, R* r1, R* r2) {
   walk::all_elements<K, walk::dense>(n, {{{a}}, {{r1}, {r2}}});
 }
 
 // Strided twins of a kernel; with all increments 1 they call the unit-stride kernel of their level.
 
-template <class K, class T = typename K::type>
-void twin(std::int32_t n, const T* a, std::int32_t inca, T* r, std::int32_t incr) {
+template <class K, class A = typename K::argument, class R = typename K::result>
+void twin(std::int32_t n, const A* a, std::int32_t inca, R* r, std::int32_t incr) {
   if (inca == 1 && incr == 1) return K::function::table[K::slot](n, a, r);
   walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}}, {{r, incr}}});
 }
-template <class K, class T = typename K::type>
-void twin(std::int32_t n, const T* a, std::int32_t inca, const T* b, std::int32_t incb, T* r,
+template <class K, class A = typename K::argument, class R = typename K::result>
+void twin(std::int32_t n, const A* a, std::int32_t inca, const A* b, std::int32_t incb, R* r,
           std::int32_t incr) {
   if (inca == 1 && incb == 1 && incr == 1) return K::function::table[K::slot](n, a, b, r);
   walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}, {b, incb}}, {{r, incr}}});
 }
-template <class K, class T = typename K::type>
-void twin(std::int32_t n, const T* a, std::int32_t inca, T* r1, std::int32_t incr1, T* r2,
+template <class K, class A = typename K::argument, class R = typename K::result>
+void twin(std::int32_t n, const A* a, std::int32_t inca, R* r1, std::int32_t incr1, R* r2,
           std::int32_t incr2) {
   if (inca == 1 && incr1 == 1 && incr2 == 1) return K::function::table[K::slot](n, a, r1, r2);
   walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
