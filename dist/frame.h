@@ -56,7 +56,7 @@ inline __m128i floors_of_four(const double* v) {
 template <class T> void floors(std::int32_t n, const T* v, std::int32_t* r) {
   const auto store = [](std::int32_t* to, __m128i x) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), x); };
   std::int32_t i = 0;
-  for (; i + 4 <= n; i += 4) store(r + i, floors_of_four(v + i));
+  for (; n - i >= 4; i += 4) store(r + i, floors_of_four(v + i));
   if (i == n) return;
   T last[4] = {};
   std::int32_t whole[4];

@@ -34,18 +34,6 @@ template <class Meant> void delete_chunks(void* stream, Meant&& meant) {
   }
 }
 
-// The data of a chunk that the table holds need no copy: the chunk's own reference keeps them there.
-status copy_chunk(void* destination, const StreamChunk& chunk) {
-  GlobRODataTableEntry* entry;
-  const auto bytes = static_cast<std::size_t>(chunk.ChunkSize);
-  if (__kovFindGlobRODataTableEntry(&entry, chunk.ChunkGlobalId) == KOV_STATUS_OK || !chunk.ChunkData)
-    return __kovAddChunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, chunk.ChunkData, chunk.ChunkSize);
-  block<char> data(bytes);
-  if (!data) return KOV_STATUS_NO_MEMORY;
-  std::memcpy(data.get(), chunk.ChunkData, bytes);
-  return add_chunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, data, chunk.ChunkSize, size_by::maker);
-}
-
 // The data become the stream's, or the table's; they stay the caller's where the table has others of this id.
 status add(void* stream, int32_t id, const std::uint64_t* global_id, void* data, int32_t size, size_by by) {
   block<StreamChunk> chunk;
@@ -55,6 +43,19 @@ status add(void* stream, int32_t id, const std::uint64_t* global_id, void* data,
   if (is_shared(*chunk.get())) share(*chunk.get(), by);
   list(stream) = chunk.release();
   return KOV_STATUS_OK;
+}
+
+// The data of a chunk that the table holds need no copy: the chunk's own reference keeps them there.
+status copy_chunk(void* destination, const StreamChunk& chunk) {
+  GlobRODataTableEntry* entry;
+  const auto bytes = static_cast<std::size_t>(chunk.ChunkSize);
+  if (__kovFindGlobRODataTableEntry(&entry, chunk.ChunkGlobalId) == KOV_STATUS_OK || !chunk.ChunkData)
+    return add(destination, chunk.ChunkId, chunk.ChunkGlobalId, chunk.ChunkData, chunk.ChunkSize,
+               size_by::copy);
+  block<char> data(bytes);
+  if (!data) return KOV_STATUS_NO_MEMORY;
+  std::memcpy(data.get(), chunk.ChunkData, bytes);
+  return add_chunk(destination, chunk.ChunkId, chunk.ChunkGlobalId, data, chunk.ChunkSize, size_by::copy);
 }
 
 }  // namespace

@@ -36,9 +36,9 @@ template <class T> struct centred_sink {
 
   centred_sink(T* to, T a, T b) : r(to), scale((b - a) * T(0x1p-32)), centre((a + b) * T(0.5)) {}
 
-  void put(std::int32_t i, std::uint32_t x) const {
-    r[i] = static_cast<T>(static_cast<std::int32_t>(x)) * scale + centre;
-  }
+  T number(std::int32_t x) const { return static_cast<T>(x) * scale + centre; }
+
+  void put(std::int32_t i, std::uint32_t x) const { r[i] = number(static_cast<std::int32_t>(x)); }
   void put(std::int32_t i, __m128i four) const {
     if constexpr (sizeof(T) == 8) {
       const __m128d s = _mm_set1_pd(scale), c = _mm_set1_pd(centre);
@@ -122,8 +122,19 @@ template <class Mapping> struct counter_based {
     return KOV_STATUS_OK;
   }
 
+  // In an interval whose numbers rounding takes below it they are raised to its end, while they are in the nearest cache.
   template <class T> status reals(std::int32_t n, T* r, T a, T b) {
-    return draw(n, centred_sink<T>(r, a, b));
+    const centred_sink<T> all(r, a, b);
+    const T low = std::min(a, b);
+    const bool below = std::min(all.number(INT32_MIN), all.number(INT32_MAX)) < low;
+    status s = KOV_STATUS_OK;
+    for (std::int32_t i = 0, m; i < n && s == KOV_STATUS_OK; i += m) {
+      m = below ? std::min(n - i, 1024) : n;
+      s = draw(m, centred_sink<T>(r + i, a, b));
+      if (below && s == KOV_STATUS_OK)
+        for (std::int32_t j = 0; j < m; j++) r[i + j] = std::max(r[i + j], low);
+    }
+    return s;
   }
 
  private:

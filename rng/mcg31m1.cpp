@@ -63,7 +63,7 @@ struct mcg31m1 {
     __m128i v[lanes / 4];
     std::memcpy(v, at, sizeof v);
     std::int32_t i = 0;
-    for (; i + lanes <= n; i += lanes)
+    for (; n - i >= lanes; i += lanes)
       for (int j = 0; j < lanes / 4; j++) {
         sink.put(i + 4 * j, v[j]);
         v[j] = times_m31(v[j], jump);

@@ -38,7 +38,7 @@ struct mcg59 {
     for (int j = 1; j < 4; j++) v[j] = v[j - 1] * a;
     const std::uint64_t jump = a * a * a * a;
     std::int32_t i = 0;
-    for (; i + 4 <= n; i += 4) {
+    for (; n - i >= 4; i += 4) {
       sink.put(i, {v[0] & mask59, v[1] & mask59, v[2] & mask59, v[3] & mask59});
       for (std::uint64_t& number : v) number *= jump;
     }

@@ -219,7 +219,7 @@ struct mrg32k3a {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + j, difference(vx[j], vy[j]));
       }
     };
-    for (; i + lanes < n; i += lanes) advance(r + i);
+    for (; n - i > lanes; i += lanes) advance(r + i);
     const int end = i < n ? n - i : lanes;  // of the values delivered from the last group
     if (i < n) {
       const auto keep_three = [](std::uint32_t* older, const __m128i* v) {

@@ -84,6 +84,7 @@ template <class Byte> struct memory {
 };
 
 // Opens the file of a name, of `length` bytes or up to a NUL where that is negative; the first failure is the answer.
+// With 'e' in the mode it is closed when another thread starts a program meanwhile.
 template <class Use> status with_file(const char* name, int32_t length, const char* mode, const Use& use) {
   if (length >= 0) {
     const block<char> terminated(static_cast<std::size_t>(length) + 1);
@@ -152,7 +153,7 @@ template <class Source> status load_header(Source& from, image_header& h) {
   } else {
     std::memcpy(&h, bytes, sizeof h);
   }
-  return h.HeaderSize < sizeof h ? Source::not_a_stream : KOV_STATUS_OK;
+  return h.HeaderSize == sizeof h ? KOV_STATUS_OK : Source::not_a_stream;
 }
 
 template <class Source> status load_chunk(void* stream, Source& from, int form) {
@@ -181,7 +182,7 @@ template <class Source> status load_chunk(void* stream, Source& from, int form) 
 
   std::uint64_t global_id[2];
   std::memcpy(global_id, c.ChunkGlobalId, sizeof global_id);
-  return add_chunk(stream, c.ChunkId, global_id, data, c.ChunkSize, size_by::image);
+  return add_chunk(stream, c.ChunkId, global_id, data, c.ChunkSize, size_by::copy);
 }
 
 // On a failure a part of the stream may be there, to be deleted.
@@ -218,7 +219,7 @@ KOV_EXPORT int32_t __kovSaveStreamF(void* stream, const char* name, int32_t name
   image_header h;
   int64_t bytes;
   if (const status s = describe(stream, h, bytes); s != KOV_STATUS_OK) return s;
-  return with_file(name, name_length, "wb", [&](file to) { return save(stream, h, to); });
+  return with_file(name, name_length, "wbe", [&](file to) { return save(stream, h, to); });
 }
 
 KOV_EXPORT int32_t __kovSaveStreamM(void* stream, char* image) {
@@ -230,7 +231,7 @@ KOV_EXPORT int32_t __kovSaveStreamM(void* stream, char* image) {
 
 KOV_EXPORT int32_t __kovLoadStreamF(void** stream, const char* name, int32_t name_length) {
   *stream = nullptr;
-  const status s = with_file(name, name_length, "rb", [&](file from) { return load(stream, from); });
+  const status s = with_file(name, name_length, "rbe", [&](file from) { return load(stream, from); });
   if (s != KOV_STATUS_OK) __kovDeleteStream(stream);
   return s;
 }

@@ -42,12 +42,14 @@ struct philox4x32x10 {
         i += 8;
       }
     }
-    for (; left > 0; left -= 2, i += 8) {
+    for (; left > 0; left -= 2) {
       pair p[1] = {pair(low, high)};
       low = _mm_add_epi64(low, two);
       mix(p, keys);
       sink.put(i, p[0].first());
-      if (left > 1) sink.put(i + 4, p[0].second());
+      if (left == 1) break;
+      sink.put(i + 4, p[0].second());
+      i += 8;
     }
   }
 

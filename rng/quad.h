@@ -18,7 +18,7 @@ inline void store(void* p, quad x) {
 // r[i] = x[i] ^ y[i] in ascending order: r may start at x or y or at least four words after them.
 inline void add_words(int n, std::uint32_t* r, const std::uint32_t* x, const std::uint32_t* y) {
   int i = 0;
-  for (; i + 4 <= n; i += 4) store(r + i, load(x + i) ^ load(y + i));
+  for (; n - i >= 4; i += 4) store(r + i, load(x + i) ^ load(y + i));
   for (; i < n; i++) r[i] = x[i] ^ y[i];
 }
 

@@ -36,8 +36,11 @@ FAMILIES(DECLARED, NONE)
 
 namespace {
 
-// Generators that have their row but not yet their code: none can be created.
-status planned_init(int32_t, void*, int32_t, const void*) { return KOV_STATUS_BAD_BRNG; }
+// Generators that have their row but not yet their code: none can be created. By its InitStream a family is known, so each
+// has one of its own.
+template <int32_t size> status planned_init(int32_t, void*, int32_t, const void*) {
+  return KOV_STATUS_BAD_BRNG;
+}
 template <class T> status planned_fill(void*, int32_t, T*, T, T) { return KOV_STATUS_BAD_BRNG; }
 status planned_words(void*, int32_t, std::uint32_t*) { return KOV_STATUS_BAD_BRNG; }
 
@@ -50,9 +53,9 @@ struct family {
   constexpr family name##_family = {                                                                    \
       {__VA_ARGS__, __kovBRng##name##InitStream, __kovsBRng##name, __kovdBRng##name, __koviBRng##name}, \
       name##_sound};
-#define PLANNED(name, ...)                                                                   \
-  constexpr family name##_family = {                                                         \
-      {__VA_ARGS__, planned_init, planned_fill<float>, planned_fill<double>, planned_words}, \
+#define PLANNED(name, size, ...)                                                                         \
+  constexpr family name##_family = {                                                                     \
+      {size, __VA_ARGS__, planned_init<size>, planned_fill<float>, planned_fill<double>, planned_words}, \
       [](const void*) { return false; }};
 FAMILIES(WRITTEN, PLANNED)
 
@@ -73,6 +76,13 @@ constinit member_counts members = [] {
   return m;
 }();
 
+// The family whose state the row's InitStream writes, or null.
+const family* family_of(const BrngProperties& row) {
+  for (const family* f : families)
+    if (f->row.InitStream == row.InitStream) return f;
+  return nullptr;
+}
+
 // Old codes: those of WH's members are consecutive.
 constexpr int32_t first_wh_code = 4, last_wh_code = 276;
 
@@ -85,9 +95,8 @@ const BrngProperties* row_of_code(int32_t code) {
 }
 
 bool sound(const BrngProperties& row, const void* stream) {
-  for (const family* f : families)
-    if (f->row.InitStream == row.InitStream) return f->sound(stream);
-  return true;
+  const family* f = family_of(row);
+  return !f || f->sound(stream);
 }
 
 }  // namespace kov
@@ -142,7 +151,8 @@ KOV_EXPORT int32_t __kovGetBrngProperties(int32_t code, BrngProperties* properti
 KOV_EXPORT int32_t __kovGetNumRegBrngs() { return rows_in_use; }
 
 KOV_EXPORT int32_t __kovRegisterBrng(const BrngProperties* p) {
-  if (p->StateSize < 0) return KOV_STATUS_BAD_STATE_SIZE;
+  const family* borrowed = family_of(*p);
+  if (p->StateSize < (borrowed ? borrowed->row.StateSize : 0)) return KOV_STATUS_BAD_STATE_SIZE;
   if (p->WordBytes != 4 && p->WordBytes != 8 && p->WordBytes != 16) return KOV_STATUS_BAD_WORD_SIZE;
   if (p->SeedCount < 1) return KOV_STATUS_BAD_SEED_COUNT;
   if (p->BitCount < 1) return KOV_STATUS_BAD_BIT_COUNT;

@@ -5,6 +5,8 @@
 
 #include <arko/core.h>
 #include <immintrin.h>
+#include <malloc.h>
+#include <pthread.h>
 
 #include "rng/stream.h"
 
@@ -21,16 +23,22 @@ int used = 0;
 constexpr std::int32_t unknown = -1;
 std::int32_t lock_word = 0;
 
+void take_lock() {
+  for (std::int32_t free = 0;
+       !__atomic_compare_exchange_n(&lock_word, &free, 1, true, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED); free = 0)
+    _mm_pause();
+}
+void release_lock() { __atomic_store_n(&lock_word, 0, __ATOMIC_RELEASE); }
+
 struct locked {
-  locked() {
-    for (std::int32_t free = 0;
-         !__atomic_compare_exchange_n(&lock_word, &free, 1, true, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED);
-         free = 0)
-      _mm_pause();
-  }
-  ~locked() { __atomic_store_n(&lock_word, 0, __ATOMIC_RELEASE); }
+  locked() { take_lock(); }
+  ~locked() { release_lock(); }
   locked(const locked&) = delete;
 };
+
+// The child of a fork has no other thread that could give the lock back. The C library forgets this when the module is
+// unloaded.
+[[gnu::constructor]] void hold_during_forks() { pthread_atfork(take_lock, release_lock, release_lock); }
 
 // The two below are for the holder of the lock.
 GlobRODataTableEntry* find(const std::uint64_t* id) {
@@ -44,23 +52,28 @@ GlobRODataTableEntry* append(const std::uint64_t* id, void* data, std::int32_t s
   return table + used++;
 }
 
-bool names_nothing(const std::uint64_t* id) { return !id || (id[0] == 0 && id[1] == 0); }
+// Bytes that data can have: core's blocks are those of the C library, which knows.
+std::int64_t room(void* data) { return static_cast<std::int64_t>(malloc_usable_size(data)); }
 
 }  // namespace
 
 void share(StreamChunk& chunk, size_by by) {
   const locked hold;
-  if (GlobRODataTableEntry* entry = find(chunk.ChunkGlobalId)) {
+  GlobRODataTableEntry* entry = find(chunk.ChunkGlobalId);
+  if (entry) {
     std::int32_t& size = sizes[entry - table];
-    if (size == unknown && by == size_by::maker) size = chunk.ChunkSize;
-    entry->RefCount++;
-    chunk.ChunkData = entry->EntryData;
-    chunk.ChunkSize = size == unknown ? 0 : size;
+    if (size == unknown && by == size_by::maker && chunk.ChunkSize > 0) size = chunk.ChunkSize;
+    if (size != unknown) chunk.ChunkSize = size;
+    if (size != unknown || chunk.ChunkSize <= room(entry->EntryData)) {
+      entry->RefCount++;
+      chunk.ChunkData = entry->EntryData;
+      return;
+    }
   } else if (used < shared_by_chunks) {
     append(chunk.ChunkGlobalId, chunk.ChunkData, chunk.ChunkSize);
-  } else {
-    chunk.ChunkGlobalId[0] = chunk.ChunkGlobalId[1] = 0;
+    return;
   }
+  chunk.ChunkGlobalId[0] = chunk.ChunkGlobalId[1] = 0;
 }
 
 }  // namespace kov
@@ -69,7 +82,7 @@ using namespace kov;
 using std::int32_t;
 
 KOV_EXPORT int32_t __kovFindGlobRODataTableEntry(GlobRODataTableEntry** entry, const std::uint64_t* id) {
-  if (names_nothing(id)) return KOV_STATUS_RO_NOT_FOUND;
+  if (!id || (id[0] == 0 && id[1] == 0)) return KOV_STATUS_RO_NOT_FOUND;
   const locked hold;
   GlobRODataTableEntry* found = find(id);
   if (!found) return KOV_STATUS_RO_NOT_FOUND;
@@ -79,6 +92,7 @@ KOV_EXPORT int32_t __kovFindGlobRODataTableEntry(GlobRODataTableEntry** entry, c
 
 KOV_EXPORT int32_t __kovCreateGlobRODataTableEntry(GlobRODataTableEntry** entry, const std::uint64_t* id,
                                                    void* data) {
+  if (!id) return KOV_STATUS_RO_NOT_FOUND;
   const locked hold;
   if (used == capacity) return KOV_STATUS_RO_TABLE_FULL;
   *entry = append(id, data, unknown);
@@ -86,7 +100,7 @@ KOV_EXPORT int32_t __kovCreateGlobRODataTableEntry(GlobRODataTableEntry** entry,
 }
 
 KOV_EXPORT int32_t __kovRegisterGlobRODataReference(StreamChunk* chunk, const std::uint64_t* id) {
-  if (names_nothing(id)) return KOV_STATUS_RO_NOT_FOUND;
+  if (!id) return KOV_STATUS_RO_NOT_FOUND;
   const locked hold;
   GlobRODataTableEntry* entry = find(id);
   if (!entry) return KOV_STATUS_RO_NOT_FOUND;
@@ -96,7 +110,7 @@ KOV_EXPORT int32_t __kovRegisterGlobRODataReference(StreamChunk* chunk, const st
 }
 
 KOV_EXPORT int32_t __kovUnregisterGlobRODataReference(const std::uint64_t* id) {
-  if (names_nothing(id)) return KOV_STATUS_RO_NOT_FOUND;
+  if (!id) return KOV_STATUS_RO_NOT_FOUND;
   // Explicit creation can make several entries of one id; all are meant.
   void* ended[capacity];
   int count = 0;

@@ -80,7 +80,9 @@ template <class F> status init(std::int32_t method, void* stream, std::int32_t c
   }
 }
 
+// A fill of 0 numbers or fewer is none.
 template <class F> status fill_words(void* stream, std::int32_t n, void* r) {
+  if (n <= 0) return KOV_STATUS_OK;
   F& f = *static_cast<F*>(stream);
   auto* words = static_cast<typename F::word*>(r);
   const word_sink<typename F::word> sink = {words};
@@ -90,31 +92,31 @@ template <class F> status fill_words(void* stream, std::int32_t n, void* r) {
     return f.draw(n, words);
 }
 
+template <class F, class T> real_sink<T> interval_of(T* r, double a, T b) {
+  return {r, a, (b - a) * F::unit};
+}
+
 template <class F, class T> status fill_reals(void* stream, std::int32_t n, T* r, T a, T b) {
+  if (n <= 0) return KOV_STATUS_OK;
   F& f = *static_cast<F*>(stream);
-  const double low = a;
-  const real_sink<T> sink = {r, low, (b - low) * F::unit};
-  if constexpr (requires { f.draw(n, sink); }) {
-    return f.draw(n, sink);
+  if constexpr (requires { f.reals(n, r, a, b); }) {
+    return f.reals(n, r, a, b);
+  } else if constexpr (requires(real_sink<T> sink) { f.draw(n, sink); }) {
+    return f.draw(n, interval_of<F>(r, a, b));
   } else {  // words go through a block that stays in the nearest cache
+    const real_sink<T> sink = interval_of<F>(r, a, b);
     constexpr int block = 1024;
     typename F::word words[block];
     for (std::int32_t i = 0, m; i < n; i += m) {
       m = std::min(n - i, block);
       if (const status s = f.draw(m, words); s != KOV_STATUS_OK) return s;
       int j = 0;
-      for (; j + 4 <= m; j += 4)
+      for (; m - j >= 4; j += 4)
         sink.put(i + j, _mm_loadu_si128(reinterpret_cast<const __m128i*>(words + j)));
       for (; j < m; j++) sink.put(i + j, words[j]);
     }
     return KOV_STATUS_OK;
   }
-}
-
-template <class F, class T>
-requires requires(F f, T* r) { f.reals(1, r, T(), T()); }
-status fill_reals(void* stream, std::int32_t n, T* r, T a, T b) {
-  return static_cast<F*>(stream)->reals(n, r, a, b);
 }
 
 #define KOV_FAMILY(family, F)                                                                               \

@@ -35,7 +35,7 @@ struct trng {
     retries = count >= 2 && seeds[1] != 0 ? seeds[1] : 10;
     return KOV_STATUS_OK;
   }
-  bool sound() const { return retries != 0; }
+  bool sound() const { return reserved == 0 && retries != 0; }
 
   status draw(std::int32_t n, std::uint32_t* r) const { return groups(n, words_as_they_are{r}); }
   status reals(std::int32_t n, float* r, float a, float b) const {

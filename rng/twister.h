@@ -22,7 +22,7 @@ template <int N, int M, int R, int U> struct twister {
   static void renew(std::uint32_t* w, int count, std::uint32_t a) {
     const auto run = [w, a](int from, int to, int to_middle) {
       int k = from;
-      for (; k + 4 <= to; k += 4)
+      for (; to - k >= 4; k += 4)
         store(w + k, next(load(w + k), load(w + k + 1), load(w + k + to_middle), a));
       for (; k < to; k++) w[k] = next(w[k], w[k + 1], w[k + to_middle], a);
     };

@@ -125,7 +125,7 @@ struct wh {
       }
     };
     std::int32_t i = 0;
-    for (; i + 4 <= n; i += 4)
+    for (; n - i >= 4; i += 4)
       for (int p = 0; p < 2; p++) {
         step(p);
         put(i + 2 * p, v, true);

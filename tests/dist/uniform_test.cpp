@@ -185,8 +185,24 @@ TEST(uniform, integers_are_floors) {
   }
   const double edges[] = {-2, -2 + 0x1p-51, -1 - 0x1p-52, -1,        -0x1p-1074,        -0.0,
                           0,  1 - 0x1p-53,  INT32_MIN,    INT32_MAX, INT32_MAX + 0.999, INT32_MIN + 0.5};
-  const integers r = uniform(stream(scripted({.numbers = {std::begin(edges), std::end(edges)}})), 12, 0, 1);
-  EXPECT_EQ(r, (integers{-2, -2, -2, -1, -1, 0, 0, 0, INT32_MIN, INT32_MAX, INT32_MAX, INT32_MIN}));
+  const integers r = uniform(stream(scripted({.numbers = {std::begin(edges), std::end(edges)}})), 12,
+                             INT32_MIN, INT32_MAX - 1);
+  EXPECT_EQ(r, (integers{-2, -2, -2, -1, -1, 0, 0, 0, INT32_MIN, INT32_MAX - 2, INT32_MAX - 2, INT32_MIN}));
+}
+
+// The largest output of a generator may be rounded to the end of the interval.
+TEST(uniform, integers_are_below_that_end) {
+  constexpr std::int32_t a = 1 << 30, b = a + 1;
+  words last(250);
+  last[0] = ~0u;
+  for (const auto& [code, seed] : {std::pair{KOV_BRNG_MCG31M1, words{0x7FFFFFFE}},
+                                   {KOV_BRNG_MCG59, {~0u, ~0u}},
+                                   {KOV_BRNG_R250, last}}) {
+    EXPECT_EQ(stream(code, seed).doubles(1, a, b)[0], b) << code;
+    EXPECT_EQ(uniform(stream(code, seed), 1, a, b), integers{a}) << code;
+  }
+  for (const std::int32_t c : {INT32_MIN, -5, INT32_MAX})  // an interval with nothing in it
+    EXPECT_EQ(uniform(stream(scripted({.numbers = {c + 0.0}})), 5, c, c), integers(5, c));
 }
 
 // Families with 32 random bits in a word; MCG59 has them at the top of 59. Old codes and registered generators too.

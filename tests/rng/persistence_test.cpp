@@ -2,6 +2,7 @@
 // files. Those are taken over here, by the linker's --wrap.
 
 #include <arko/stream.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -23,6 +24,7 @@ namespace fs = std::filesystem;
 
 std::size_t largest_block;            // that was asked for
 int until_failure;                    // of file operations; 0: none fails
+bool inherited;                       // whether a file was opened that another program would find open
 std::vector<std::string> operations;  // asked for since the last look
 
 // Whether the operation may succeed.
@@ -46,7 +48,9 @@ void* __wrap_arko_serv_allocate(size_t size, size_t alignment) {
   return __real_arko_serv_allocate(size, alignment);
 }
 std::FILE* __wrap_fopen(const char* name, const char* mode) {
-  return asked("open") ? __real_fopen(name, mode) : nullptr;
+  std::FILE* f = asked("open") ? __real_fopen(name, mode) : nullptr;
+  if (f) inherited |= !(fcntl(fileno(f), F_GETFD) & FD_CLOEXEC);
+  return f;
 }
 size_t __wrap_fread(void* to, size_t size, size_t count, std::FILE* f) {
   return asked("read") ? __real_fread(to, size, count, f) : 0;
@@ -228,11 +232,12 @@ TEST(bad_images, are_told) {
   add(s, 3, "data");
   const std::string image = image_of(s);
   for (const std::string& good : {image, image + "more", with(with(with(image, 1, '?'), 7, '?'), 10, '?'),
-                                  with(image, 8, std::int16_t{100})})
+                                  with(image, 18, std::int16_t{-1})})
     EXPECT_EQ(answer(good), 0);
   for (const std::string& bad :
-       {with(image, 8, std::int16_t{23}), with(image, 4, 'r'), with(image, 12, 295), with(image, 12, 297),
-        with(image, 12, -1), with(image, 20, KOV_BRNG_MT2203 + 6024), with(image, 20, KOV_BRNG_MT19937),
+       {with(image, 8, std::int16_t{23}), with(image, 8, std::int16_t{25}), with(image, 8, std::int16_t{-1}),
+        with(image, 4, 'r'), with(image, 12, 295), with(image, 12, 297), with(image, 12, -1),
+        with(image, 20, KOV_BRNG_MT2203 + 6024), with(image, 20, KOV_BRNG_MT19937),
         with(image, 20, 0x1100000), with(image, 20, -1), with(image, 20, 279),
         with(image, 24 + 296 + 20, -1)})
     EXPECT_EQ(answer(bad), KOV_STATUS_BAD_FILE);
@@ -276,6 +281,7 @@ TEST(bad_images, of_states_that_no_generator_is_in) {
                      {KOV_BRNG_SFMT19937, 624, {0, 4, 624}, {1, 622, 628, ~0u, ~0u - 3}},
                      {KOV_BRNG_SFMT19937, 628, {0}, {1, ~0u}},
                      {KOV_BRNG_SFMT19937, 629, {0, 3}, {4, ~0u, 0x7FFFFFFF}},
+                     {KOV_BRNG_TRNG, 0, {0}, {1, ~0u}},
                      {KOV_BRNG_TRNG, 1, {1, ~0u}, {0}},
                      {KOV_BRNG_ARS5, 8, {0, 4}, {5, ~0u}},
                      {KOV_BRNG_PHILOX4X32X10, 6, {0, 4}, {5, ~0u}}};
@@ -330,17 +336,28 @@ TEST(shared_chunks, are_those_of_the_table_in_their_own_size) {
     EXPECT_EQ(image_of(second), image);
   }
   EXPECT_EQ(references(id), 0);
-  // Of data made without a chunk the size is what the first chunk tells that is not an image's.
+  // Data made without a chunk have the size that an image or an adder without data of its own has, until a maker tells
+  // it; an image that is larger than they can be has data of its own.
   GlobRODataTableEntry* entry;
-  ASSERT_EQ(__kovCreateGlobRODataTableEntry(&entry, made, std::memcpy(arko_serv_allocate(4, 128), "made", 4)),
-            0);
+  ASSERT_EQ(
+      __kovCreateGlobRODataTableEntry(&entry, made, std::memcpy(arko_serv_allocate(200, 128), "made", 5)), 0);
   {
-    const std::string other_id = image.replace(44, 16, raw(made[0]) + raw(made[1]));
-    for (const std::int32_t size : {0, 4}) {
-      const stream s = loaded(other_id);
-      EXPECT_EQ(std::memcmp(__kovSearchChunk(s.get(), 9), "made", 4), 0);
-      EXPECT_EQ(references(made), 2);
-      EXPECT_EQ(chunks(s)->ChunkSize, size);
+    image.replace(44, 16, raw(made[0]) + raw(made[1]));
+    const std::string three = image.substr(0, 60) + raw(3) + "mad",
+                      many = image.substr(0, 60) + raw(9000) + std::string(9000, 'x');
+    for (const std::int32_t size : {3, 4}) {
+      const stream s = loaded(three), copy(s), again = loaded(image_of(copy));
+      for (const stream* each : {&s, &copy, &again}) {
+        EXPECT_EQ(__kovSearchChunk(each->get(), 9), entry->EntryData);
+        EXPECT_EQ(image_of(*each).substr(60), raw(size) + std::string("made", size));
+      }
+      const stream empty(KOV_BRNG_MCG59);
+      __kovAddChunk(empty.get(), 9, made, nullptr, 0);
+      EXPECT_EQ(chunks(empty)->ChunkSize, size == 3 ? 0 : 4);
+      EXPECT_EQ(references(made), 5);
+      const stream large = loaded(many);
+      EXPECT_EQ(__kovSearchChunk(large.get(), 9) == entry->EntryData, size == 4);
+      EXPECT_EQ(image_of(large).substr(60), size == 3 ? many.substr(60) : raw(4) + "made");
       add(stream(KOV_BRNG_MCG59), 9, "four", made);
     }
   }
@@ -405,7 +422,9 @@ TEST(failures, of_files_are_told_and_leave_nothing) {
   };
   for (const auto& way : all) {
     operations.clear();
+    inherited = false;
     EXPECT_EQ(way(), 0);
+    EXPECT_FALSE(inherited);
     const std::vector<std::string> needed = operations;
     const auto open = handles();
     const std::int64_t live = arko_core_live_blocks();

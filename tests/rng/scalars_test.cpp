@@ -10,7 +10,11 @@
 #include <limits>
 #include <random>
 
+#include "tests/support/probes.h"
+
 namespace {
+
+using namespace arko::test;
 
 constexpr double inf = std::numeric_limits<double>::infinity(),
                  nan = std::numeric_limits<double>::quiet_NaN();
@@ -68,6 +72,18 @@ TEST(floor_and_root, are_exact) {
   for (const double z : {0.0, -0.0, 0.5, -0.5, -0x1p-1074, inf, -inf, 0x1p51 + 0.5, -0x1p51 - 0.5})
     EXPECT_EQ(std::bit_cast<std::uint64_t>(_kovdFloor(z)), std::bit_cast<std::uint64_t>(std::floor(z))) << z;
   EXPECT_TRUE(std::isnan(_kovdFloor(nan)) && std::isnan(_kovdSqrt(-1)));
+}
+
+TEST(quiet_nan, raises_nothing) {
+  volatile double x = nan;
+  volatile float y = static_cast<float>(nan);
+  const fp_words after = under({}, [&] {
+    _kovdLn(x);
+    _kovdFloor(x);
+    _kovdSqrt(x);
+    kov::ScalarLnF(y);
+  });
+  EXPECT_EQ(after.sse_flags(), 0u);
 }
 
 }  // namespace

@@ -47,6 +47,12 @@ std::vector<std::int32_t> codes() {
   return all;
 }
 
+words record(const stream& s) {
+  words bytes(static_cast<std::size_t>(s.row().StateSize / 4));
+  std::memcpy(bytes.data(), s.get(), static_cast<std::size_t>(s.row().StateSize));
+  return bytes;
+}
+
 class families : public testing::TestWithParam<std::int32_t> {
  protected:
   static inline const words seed = {0x12345, 0x23456, 0x34567, 0x45678};
@@ -105,6 +111,19 @@ TEST_P(families, write_n_outputs_where_they_are_told) {
   }
 }
 
+TEST_P(families, stand_still_for_no_numbers) {
+  for (const int before : {0, 1, 2, 30, 700})
+    for (const std::int32_t n : {0, -1, -2, -3, -4, -17, -625, -5000, INT32_MIN}) {
+      stream s = fresh();
+      if (before) s.integers(before);
+      const words here = record(s);
+      EXPECT_EQ(s.row().FillInteger(s.get(), n, nullptr), 0);
+      EXPECT_EQ(s.row().FillSingle(s.get(), n, nullptr, 0, 1), 0);
+      EXPECT_EQ(s.row().FillDouble(s.get(), n, nullptr, 0, 1), 0);
+      ASSERT_EQ(record(s), here) << before << ' ' << n;
+    }
+}
+
 TEST_P(families, skip_as_they_step_or_refuse) {
   for (const std::int64_t count : {0, 1, 2, 3, 4, 5, 15, 16, 17, 100, 624, 1000, 12345})
     for (const int before : {0, 1, 5}) {
@@ -149,12 +168,6 @@ TEST_P(families, refuse_other_methods_and_negative_streams) {
     EXPECT_EQ(s.row().InitStream(method, s.get(), 0, nullptr), KOV_STATUS_BAD_METHOD);
   EXPECT_EQ(s.leapfrog(0, -1), KOV_STATUS_BAD_STREAM_COUNT);
   EXPECT_EQ(s.integers(100), fresh().integers(100));
-}
-
-words record(const stream& s) {
-  words bytes(static_cast<std::size_t>(s.row().StateSize / 4));
-  std::memcpy(bytes.data(), s.get(), static_cast<std::size_t>(s.row().StateSize));
-  return bytes;
 }
 
 TEST_P(families, copy_all_of_a_stream_or_part_of_its_state) {
@@ -299,6 +312,11 @@ TEST(registry, takes_generators_until_it_is_full) {
   EXPECT_EQ(with(&P::FillSingle, nullptr), KOV_STATUS_NULL_ENTRY);
   EXPECT_EQ(with(&P::FillDouble, nullptr), KOV_STATUS_NULL_ENTRY);
   EXPECT_EQ(with(&P::FillInteger, nullptr), KOV_STATUS_NULL_ENTRY);
+  for (int row = 0; row < 16; row++) {  // the InitStream of a family writes all of its state
+    BrngProperties p = __RegBrngsNew[row];
+    p.StateSize--;
+    EXPECT_EQ(__kovRegisterBrng(&p), KOV_STATUS_BAD_STATE_SIZE) << row;
+  }
   EXPECT_EQ(__kovGetNumRegBrngs(), 16);
   for (int row = 16; row < 512; row++) ASSERT_EQ(__kovRegisterBrng(&good), (row + 1) << 20);
   EXPECT_EQ(__kovGetNumRegBrngs(), 512);
@@ -436,10 +454,19 @@ TEST(shared_data, of_a_full_table_stay_private) {
       const std::uint64_t id[2] = {i, i};
       EXPECT_EQ(references(id), i == 1 || i == 64 || i == 127 ? KOV_STATUS_RO_NOT_FOUND : 1) << i;
     }
-    // Several entries of one id count and go together.
-    for (int i = 0; i < 3; i++) EXPECT_EQ(__kovCreateGlobRODataTableEntry(&entry, last, block_of("y")), 0);
-    EXPECT_EQ(__kovUnregisterGlobRODataReference(last), 0);
-    EXPECT_EQ(references(last), KOV_STATUS_RO_NOT_FOUND);
+    // Several entries of one id count and go together; zero is an id, only not one to be found.
+    const std::uint64_t zero[2] = {0, 0};
+    for (const std::uint64_t* each : {last, zero}) {
+      for (int i = 0; i < 3; i++) EXPECT_EQ(__kovCreateGlobRODataTableEntry(&entry, each, block_of("y")), 0);
+      StreamChunk chunk = {};
+      EXPECT_EQ(__kovRegisterGlobRODataReference(&chunk, each), 0);
+      EXPECT_STREQ(static_cast<char*>(chunk.ChunkData), "y");
+      EXPECT_EQ(references(each), each == last ? 2 : KOV_STATUS_RO_NOT_FOUND);
+      for (const std::int32_t status : {0, 0, KOV_STATUS_RO_NOT_FOUND})
+        EXPECT_EQ(__kovUnregisterGlobRODataReference(each), status);
+      EXPECT_EQ(references(each), KOV_STATUS_RO_NOT_FOUND);
+    }
+    EXPECT_EQ(__kovCreateGlobRODataTableEntry(&entry, nullptr, nullptr), KOV_STATUS_RO_NOT_FOUND);
   }
   EXPECT_EQ(arko_core_live_blocks(), before);
   std::uint64_t id[2];

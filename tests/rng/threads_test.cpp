@@ -1,7 +1,10 @@
 // Shared data from many threads at once.
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <barrier>
 #include <cstring>
 #include <thread>
@@ -39,6 +42,36 @@ TEST(shared_data, hold_while_streams_come_and_go) {
     });
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(arko_core_live_blocks(), before);
+}
+
+// A child of a fork has one thread: it must not wait for one that held the table when it was made.
+TEST(shared_data, are_found_in_the_child_of_a_fork) {
+  stream s(KOV_BRNG_MCG31M1);
+  for (std::uint64_t i = 1; i <= 100; i++) {  // a table that takes a while to look through
+    const std::uint64_t id[2] = {i, 2};
+    __kovAddChunk(s.get(), 9, id, nullptr, 0);
+  }
+  const auto look = [] {
+    constexpr std::uint64_t last[2] = {100, 2};
+    GlobRODataTableEntry* entry;
+    return __kovFindGlobRODataTableEntry(&entry, last);
+  };
+  std::atomic<bool> over = false;
+  std::thread other([&] {
+    while (!over) look();
+  });
+  int status = 0;
+  for (int i = 0; i < 200 && status == 0; i++) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(3);
+      _exit(look());
+    }
+    waitpid(child, &status, 0);
+  }
+  over = true;
+  other.join();
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace
