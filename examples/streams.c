@@ -1,7 +1,7 @@
 /*
  * Random streams: an estimate of pi by four workers that share one sequence of numbers.
  */
-#include <arko/stream.h>
+#include <arko/dist.h>
 #include <stdio.h>
 
 enum { workers = 4, pairs = 250000 };
@@ -11,7 +11,7 @@ static int hits(void* stream) {
   static double xy[2000];
   int inside = 0, done, i;
   for (done = 0; done < pairs; done += 1000) {
-    if (__kovdBRngPHILOX4X32X10(stream, 2000, xy, 0, 1)) return -1;
+    if (_kovdRngUniform(0, stream, 2000, xy, 0, 1)) return -1;
     for (i = 0; i < 1000; i++) inside += xy[2 * i] * xy[2 * i] + xy[2 * i + 1] * xy[2 * i + 1] < 1;
   }
   return inside;

@@ -11,11 +11,12 @@
  * All entries have the parameters
  *
  *   method   which method makes the numbers, where there is more than one, and KOV_METHOD_ACCURATE;
- *   stream   any stream, quasi-random ones included; it may be used by one thread at a time;
- *   n        how many numbers; none where it is 0 or less;
- *   r        room for n results;
+ *   stream   any stream of arko/stream.h, not null; it may be used by one thread at a time;
+ *   n        how many numbers; with 0 or less none are made and the stream stays where it is;
+ *   r        room for n results, not null;
  *
- * then those of the distribution. Successive calls on a stream deliver one sequence, whatever their lengths.
+ * then those of the distribution. Successive calls on a stream deliver one sequence, whatever their lengths. Distributions
+ * other than those below are planned.
  *
  * The result is a status: KOV_STATUS_OK, or a positive one of a user's generator, for success; otherwise the first
  * negative status of the stream's generator, and results before the block of 1024 that it failed in are there. The
@@ -38,13 +39,17 @@ extern "C" {
 /* ---- Uniform ----------------------------------------------------------------------------- */
 
 /*
- * Real numbers of the interval from a to b, a <= b. They are those of the stream's fill (arko/stream.h); rounding may
- * make one of them b, or one that lies a last place beyond it, unless `method` has KOV_METHOD_ACCURATE.
+ * Real numbers of the interval from a to b, a <= b. They are those of the stream's fill (arko/stream.h, which says whether 0
+ * and 1 can come); none is below a, but rounding may make one b, or one that lies a last place beyond it, unless `method`
+ * has KOV_METHOD_ACCURATE.
  */
 int32_t _kovdRngUniform(int32_t method, void* stream, int32_t n, double* r, double a, double b);
 int32_t _kovsRngUniform(int32_t method, void* stream, int32_t n, float* r, float a, float b);
 
-/* Integers from a to b - 1, a < b, each as likely as the others: floors of real numbers of the interval. */
+/*
+ * Integers from a to b - 1, a < b, each as likely as the others: floors of real numbers of the interval, b - 1 where
+ * rounding makes one b.
+ */
 int32_t _koviRngUniform(int32_t method, void* stream, int32_t n, int32_t* r, int32_t a, int32_t b);
 
 /*

@@ -11,9 +11,16 @@
  *     __koviBRngMRG32K3A(stream, 1000, words);
  *   __kovDeleteStream(&stream);
  *
+ * Entries of a family, as the third of these, take streams of that family only; numbers of any stream come from the
+ * entries of arko/dist.h.
+ *
  * All entries return a status unless their comment says otherwise: KOV_STATUS_OK, or a negative number of the
  * list below. A stream may be used by one thread at a time; different streams are independent of each other,
- * also where they share chunk data.
+ * also where they share chunk data. A pointer must not be null unless the comment of its entry allows it: streams,
+ * arrays, names and places for results are used without a look. Arrays of no elements may be null.
+ *
+ * Streams are deleted before the module is unloaded. Unloading it forgets which data they share and which generators were
+ * registered: loaded again it would release the data once for every stream.
  */
 #ifndef ARKO_STREAM_H
 #define ARKO_STREAM_H
@@ -27,20 +34,21 @@ extern "C" {
 /* ---- Statuses ---------------------------------------------------------------------------- */
 
 #define KOV_STATUS_OK 0
-#define KOV_STATUS_BAD_METHOD (-2)   /* method of an InitStream entry out of range */
-#define KOV_STATUS_BAD_ARGUMENT (-3) /* abstract stream: a required argument is null, or the interval empty */
+#define KOV_STATUS_BAD_METHOD (-2) /* method of an InitStream entry out of range */
+#define KOV_STATUS_BAD_ARGUMENT \
+  (-3) /* abstract stream (planned): a required argument is null, or the interval empty */
 #define KOV_STATUS_NO_MEMORY (-4)
 #define KOV_STATUS_NULL_ENTRY \
-  (-5) /* a function of a registered row is null; an abstract stream without buffer */
+  (-5) /* a function of a registered row is null; an abstract stream (planned) without buffer */
 #define KOV_STATUS_BAD_BRNG (-1000) /* the code selects no generator, or none that can be made in this way */
 #define KOV_STATUS_NO_LEAPFROG (-1002)        /* the generator has none */
 #define KOV_STATUS_NO_SKIPAHEAD (-1003)       /* the generator has none, or the count is out of its range */
 #define KOV_STATUS_NO_SKIPAHEADEX (-1004)     /* the generator has no skip by a long count */
-#define KOV_STATUS_BAD_STATE_SIZE (-1008)     /* registered StateSize negative */
+#define KOV_STATUS_BAD_STATE_SIZE (-1008)     /* registered StateSize negative or too small for InitStream */
 #define KOV_STATUS_BAD_WORD_SIZE (-1009)      /* registered WordBytes not 4, 8 or 16 */
 #define KOV_STATUS_BAD_SEED_COUNT (-1010)     /* registered SeedCount below 1 */
 #define KOV_STATUS_BAD_BIT_COUNT (-1011)      /* registered BitCount below 1 */
-#define KOV_STATUS_QRNG_EXHAUSTED (-1012)     /* a quasi-random sequence would pass its last index */
+#define KOV_STATUS_QRNG_EXHAUSTED (-1012)     /* quasi-random sequence (planned): would pass its last index */
 #define KOV_STATUS_BAD_STREAM_COUNT (-1013)   /* leapfrog among a negative number of streams */
 #define KOV_STATUS_BITS_NOT_SUPPORTED (-1014) /* the generator's words do not have all bits random */
 #define KOV_STATUS_CLOSE_FAILED (-1100)       /* saved streams: the file could not be closed */
@@ -51,7 +59,7 @@ extern "C" {
 #define KOV_STATUS_NO_RDRAND (-1130)          /* the processor lacks the instruction */
 #define KOV_STATUS_RDRAND_FAILED (-1131)      /* the instruction gave no number in all its retries */
 #define KOV_STATUS_NO_AES (-1140)             /* the processor lacks the instructions */
-#define KOV_STATUS_BAD_PROBABILITIES (-1150)  /* multinomial probabilities out of range */
+#define KOV_STATUS_BAD_PROBABILITIES (-1150)  /* multinomial (planned): probabilities out of range */
 #define KOV_STATUS_BAD_IMAGE (-1200)          /* the memory holds no stream that this module can take */
 #define KOV_STATUS_RO_NOT_FOUND (-3000)       /* shared data: the id is null, zero or not in the table */
 #define KOV_STATUS_RO_TABLE_FULL (-3001)      /* shared data: all 128 entries are in use */
@@ -61,20 +69,20 @@ extern "C" {
 /*
  * Codes of the families. A member of a family of more than one has the family's code plus its number: WH has
  * members 0 to 272, MT2203 0 to 6023. The old codes 0 to 3, 4 to 276 (WH), 277 and 278 name the first seven
- * families too.
+ * families too. Families that are planned have their row in the registry and cannot be created yet.
  */
 #define KOV_BRNG_MCG31M1 0x100000
 #define KOV_BRNG_R250 0x200000
 #define KOV_BRNG_MRG32K3A 0x300000
 #define KOV_BRNG_MCG59 0x400000
 #define KOV_BRNG_WH 0x500000
-#define KOV_BRNG_SOBOL 0x600000
-#define KOV_BRNG_NIEDERR 0x700000
+#define KOV_BRNG_SOBOL 0x600000   /* planned */
+#define KOV_BRNG_NIEDERR 0x700000 /* planned */
 #define KOV_BRNG_MT19937 0x800000
 #define KOV_BRNG_MT2203 0x900000
-#define KOV_BRNG_IABSTRACT 0xA00000
-#define KOV_BRNG_DABSTRACT 0xB00000
-#define KOV_BRNG_SABSTRACT 0xC00000
+#define KOV_BRNG_IABSTRACT 0xA00000 /* planned */
+#define KOV_BRNG_DABSTRACT 0xB00000 /* planned */
+#define KOV_BRNG_SABSTRACT 0xC00000 /* planned */
 #define KOV_BRNG_SFMT19937 0xD00000
 #define KOV_BRNG_TRNG 0xE00000
 #define KOV_BRNG_ARS5 0xF00000
@@ -82,7 +90,7 @@ extern "C" {
 
 /* Data attached to a stream under a number. */
 struct StreamChunk {
-  int32_t ChunkId;   /* 1 to 7 distributions; 9, 10 and 13 quasi-random generators */
+  int32_t ChunkId;   /* 1 to 7 for distributions, 9, 10 and 13 for quasi-random generators, both planned */
   int32_t ChunkSize; /* of the data, in bytes */
   void* ChunkData;
   struct StreamChunk* ChunkNext; /* null at the end */
@@ -99,9 +107,9 @@ struct BrngStream {
 
 /* A generator's row in the registry. */
 struct BrngProperties {
-  int32_t StateSize;    /* bytes of the stream record, head included */
+  int32_t StateSize;    /* bytes of the stream record, head included; below 16 it is the head alone */
   int32_t SeedCount;    /* seed words; times WordBytes: bytes that __kovCopyStreamState moves */
-  int32_t IncludesZero; /* 1 when an output can be zero, else 0 */
+  int32_t IncludesZero; /* 1 when an output can be zero, else 0; TRNG has 0 although its words can be zero */
   int32_t WordBytes;    /* of one output of FillInteger: 4, 8 or 16 */
   int32_t BitCount;     /* significant bits of an output, or of each 32-bit part where WordBytes is 16 */
   int32_t (*InitStream)(int32_t method, void* stream, int32_t count, const void* params);
@@ -138,7 +146,8 @@ int32_t __kovGetStreamStateBrng(const void* stream);
 int32_t __kovGetNumRegBrngs(void);
 /*
  * Adds a generator and returns its code, or one of the statuses -1008 to -1011 and KOV_STATUS_NULL_ENTRY. With
- * all 512 rows in use the answer is KOV_STATUS_BAD_BRNG. Not safe beside other calls of this layer.
+ * all 512 rows in use the answer is KOV_STATUS_BAD_BRNG. A row with the InitStream of a family has at least the StateSize of
+ * that family. Not safe beside other calls of this layer.
  */
 int32_t __kovRegisterBrng(const struct BrngProperties* properties);
 
@@ -160,7 +169,10 @@ int32_t __kovAllocateStream(void** stream, const struct BrngProperties* table, i
 int32_t __kovCopyStream(void** newstream, const void* source);
 /*
  * Copies the first WordBytes * SeedCount bytes of the state and the chunks of a stream to another one of the
- * same generator. What lies behind them, such as the multiplier of MCG31M1 and MCG59, stays the destination's.
+ * same generator, member included: of another one the numbers may be any, and of another family they may not fit. What lies
+ * behind those bytes stays the destination's: the multiplier of MCG31M1 and MCG59; what is left of a block, which the
+ * destination delivers first, of SFMT19937 (up to 3 words), ARS5 (as many as it had) and PHILOX4X32X10 (as many as the
+ * source had, all but the block's first from the destination's block).
  */
 int32_t __kovCopyStreamState(void* destination, const void* source);
 /* Releases the stream with its chunks and stores null. A null stream is allowed. */
@@ -168,8 +180,19 @@ int32_t __kovDeleteStream(void** stream);
 
 /*
  * Make the stream deliver every nstreams-th number of its sequence from the k-th (counted from 0) on; pass over
- * the next nskip numbers; pass over a count of nwords words, the least significant first. Which generators can
- * do this is told with their entries; the others answer -1002, -1003 and -1004, and the stream is unchanged.
+ * the next nskip numbers; pass over a count of nwords words, the least significant first. A generator without one
+ * of them answers -1002, -1003 or -1004, and the stream is unchanged:
+ *
+ *                            leapfrog   skip    long count   a negative nskip
+ *   MCG31M1, WH              yes        yes     -1004        is 2^64 + nskip
+ *   MCG59                    yes        yes     -1004        goes back
+ *   MRG32K3A, PHILOX4X32X10  -1002      yes     yes          is 2^64 + nskip
+ *   ARS5                     -1002      yes     yes          is 2^64 + nskip; -1140 without AES instructions
+ *   MT19937, SFMT19937       -1002      yes     -1004        skips nothing
+ *   R250, MT2203, TRNG       -1002      -1003   -1004
+ *
+ * A count of 0 changes nothing. nstreams of 0 makes a generator with leapfrog repeat the k-th number for ever, a negative
+ * one is refused with -1013; k may be nstreams or more, and a negative k is a skip by a negative count.
  */
 int32_t __kovLeapfrogStream(void* stream, int32_t k, int32_t nstreams);
 int32_t __kovSkipAheadStream(void* stream, int64_t nskip);
@@ -199,19 +222,23 @@ struct GlobRODataTableEntry {
 };
 
 /*
- * Operations on the table, safe from any thread. An id is a pair of words that are not both zero. Entries move
- * when others are removed, so a pointer to one holds only while no other thread may remove any.
+ * Operations on the table, safe from any thread and in the child of a fork. An id is a pair of words. Two zeros can be
+ * created, registered and unregistered as any other pair, but are never found, and no chunk shares data by them. A null id
+ * gives KOV_STATUS_RO_NOT_FOUND. Entries move when others are removed, so a pointer to one holds only while no other thread
+ * may remove any.
  */
 int32_t __kovFindGlobRODataTableEntry(struct GlobRODataTableEntry** entry, const uint64_t* global_id);
 /*
- * Adds an entry with one reference. `data` must come from arko_serv_allocate; their size is what the first chunk tells
- * that __kovAddChunk attaches to them, and 0 to a loaded stream that comes before.
+ * Adds an entry with one reference, also where there is one of this id. `data` must come from arko_serv_allocate; their size
+ * is what the first chunk with a size tells that __kovAddChunk attaches to them. A loaded stream that comes before shares
+ * them with the size of its image; where that is more than they have room for, its chunk has the image's data and an id of
+ * zero.
  */
 int32_t __kovCreateGlobRODataTableEntry(struct GlobRODataTableEntry** entry, const uint64_t* global_id,
                                         void* data);
-/* Adds a reference and stores the entry's data into the chunk. */
+/* Adds a reference to the first entry of this id and stores its data into the chunk. */
 int32_t __kovRegisterGlobRODataReference(struct StreamChunk* chunk, const uint64_t* global_id);
-/* Takes a reference away; with the last one the entry goes and its data are released. */
+/* Takes a reference away from every entry of this id; with the last one an entry goes and its data are released. */
 int32_t __kovUnregisterGlobRODataReference(const uint64_t* global_id);
 /* An id that the table does not hold, from the processor's time-stamp counter and the value. Returns 0. */
 int32_t __kovGenerateNewGlobalRODataTableEntryId(uint64_t* global_id, int64_t value);
@@ -224,7 +251,8 @@ int32_t __kovGenerateNewGlobalRODataTableEntryId(uint64_t* global_id, int64_t va
  *
  *   header   byte 0 the version, 2; bytes 4 to 6 "RNG"; 16 bits at 8 the size of the header, 24; 32 bits at 12 the bytes
  *            of the state; 16 bits at 16 the number of chunks; 32 bits at 20 the generator's code; the others are 0
- *   state    the record from behind its head on, StateSize - 16 bytes
+ *            when they are written and not read
+ *   state    the record from behind its head on, StateSize - 16 bytes, none where that is negative
  *   chunks   from the head of the list on: 32 bits ChunkId, 16 bytes ChunkGlobalId, 32 bits ChunkSize, the data
  *
  * Images of earlier versions are read too. Their header has 20 bytes, with the bytes of the state in 16 bits at 10, the
@@ -233,7 +261,8 @@ int32_t __kovGenerateNewGlobalRODataTableEntryId(uint64_t* global_id, int64_t va
  *
  * Saving and loading change nothing in the stream that is saved, which must not be used meanwhile. A stream with more
  * than 65535 chunks cannot be saved (KOV_STATUS_WRITE_FAILED), nor one of a generator that is not registered
- * (KOV_STATUS_BAD_BRNG); a chunk without data is saved with ChunkSize 0.
+ * (KOV_STATUS_BAD_BRNG); a chunk without data is saved with ChunkSize 0. Files are closed in programs that the process
+ * starts meanwhile.
  */
 
 /* Bytes of the stream's image; a negative status, as saving would give it, where it has none or one above 2^31 - 1. */
@@ -249,9 +278,11 @@ int32_t __kovSaveStreamM(void* stream, char* memory);
  * Make a stream of an image. Without success *stream is null. Chunks come in reverse order, as in a copy; those whose global
  * id is in the shared table share the data that are there.
  *
- * A file may hold anything: what is no image of a generator that this module has, or a state that the generator cannot be
- * in, gives KOV_STATUS_BAD_FILE, and what ends too early KOV_STATUS_READ_FAILED. An image in memory is checked in the same
- * way (KOV_STATUS_BAD_IMAGE), but must be as long as its header and chunks tell. Generators added by
+ * A file may hold anything: what is no image of a generator that this module has, a header of another size than 24, a chunk
+ * of 2^31 bytes or more, or a state that the generator cannot be in, gives KOV_STATUS_BAD_FILE, and what ends too early
+ * KOV_STATUS_READ_FAILED. An image in memory is checked in the same way (KOV_STATUS_BAD_IMAGE), but must be as long as its
+ * header and chunks tell. There is no checksum: a state is any numbers that the generator can have. Of the images of an
+ * MCG31M1 stream with one bit wrong half are loaded, as another stream, and of MT19937 99 in 100. Generators added by
  * __kovRegisterBrng check their states themselves; what chunks hold is checked by whoever uses it. TRNG and ARS5 need
  * their processor: KOV_STATUS_NO_RDRAND, KOV_STATUS_NO_AES.
  */
@@ -277,11 +308,16 @@ double _kovdLn(double x);
 /* ---- Basic generators -------------------------------------------------------------------- */
 
 /*
- * The entries of a family: its InitStream, and the fills in double, single and integer form. A fill writes n
- * numbers, n at least 1, and moves the stream on by n outputs, whatever its type: fills of 3 and 4 numbers
- * deliver what a fill of 7 does. Real numbers are uniform between a and b, computed in double:
- * a + x ((b - a) 2^-bits) from the integer output x, in single rounded at the end; three generators further down do
- * it otherwise.
+ * The entries of a family: its InitStream, and the fills in double, single and integer form. The stream must be of this
+ * family: on a record of another one they read and write where its state is not. A fill writes n numbers and moves the
+ * stream on by n outputs, whatever its type: fills of 3 and 4 numbers deliver what a fill of 7 does. With n of 0 or less it
+ * writes nothing, moves nothing and answers 0.
+ *
+ * Real numbers are uniform between a and b, computed in double: a + x ((b - a) 2^-bits) from the integer output x, in single
+ * rounded at the end; WH and the last three families do it otherwise. None is below a, for a <= b. Between 0 and 1:
+ *
+ *   0 can come of all but MCG31M1 and MCG59, in TRNG too although its row says no;
+ *   1 can come in double of MCG59 and TRNG, once in 2^54 numbers, and in single of all but MRG32K3A, once in 2^25.
  */
 #define KOV_BRNG_ENTRIES(family)                                                                          \
   int32_t __kovBRng##family##InitStream(int32_t method, void* stream, int32_t count, const void* params); \
@@ -307,8 +343,10 @@ KOV_BRNG_ENTRIES(MCG59);
  * MRG32K3A (L'Ecuyer, "Good parameters and implementations for combined multiple recursive random number
  * generators", 1999), with m1 = 2^32 - 209 and m2 = 2^32 - 22853:
  * x(n) = 1403580 x(n-2) - 810728 x(n-3) mod m1, y(n) = 527612 y(n-1) - 1370589 y(n-3) mod m2.
- * Output: x(n) - y(n) mod m1, after the step. Seed: the six values, x first and oldest first; missing ones are 1,
- * too large ones have the modulus subtracted, three zeros become (1, 0, 0). Both forms of skip.
+ * Output: x(n) - y(n) mod m1, after the step; for real numbers its scale is 2^-32, as if all words could come, so that
+ * between 0 and 1 the largest is 1 - 210 2^-32 (the paper divides by m1 + 1 and has m1 in place of 0). Seed: the six values,
+ * x first and oldest first; missing ones are 1, too large ones have the modulus subtracted, three zeros become (1, 0, 0).
+ * Both forms of skip.
  */
 KOV_BRNG_ENTRIES(MRG32K3A);
 
@@ -352,8 +390,8 @@ KOV_BRNG_ENTRIES(SFMT19937);
  * PHILOX4X32X10 (Salmon, Moraes, Dror, Shaw, "Parallel random numbers: as easy as 1, 2, 3", 2011; there Philox4x32 with
  * ten rounds). Blocks of four words from a 128-bit counter, which goes up by one. Output: the words of the blocks in
  * order; a real number is (a + b) / 2 + x ((b - a) 2^-32) with x the word as a signed number, in the precision of the
- * result. Seed: two words of key, four of the counter, the least significant first; missing ones are 0. Both forms of
- * skip, in constant time; of a long count the first three words are read.
+ * result, or a where rounding gives less. Seed: two words of key, four of the counter, the least significant first; missing
+ * ones are 0. Both forms of skip, in constant time; of a long count the first three words are read.
  */
 KOV_BRNG_ENTRIES(PHILOX4X32X10);
 

@@ -49,7 +49,7 @@ std::string earlier(const std::string& image, char version) {
   return old;
 }
 
-constexpr std::uint64_t shared_id[2] = {1, 2};
+constexpr std::uint64_t shared_id[2] = {1, 2}, made_id[2] = {1, 3};  // of a live stream; of data made by hand
 
 std::vector<std::string> good_images() {
   std::vector<std::string> images;
@@ -60,7 +60,10 @@ std::vector<std::string> good_images() {
     for (const int place : {1, 29, 700}) {
       if (code != KOV_BRNG_TRNG && code != KOV_BRNG_ARS5) s.integers(place);
       images.push_back(image_of(s));
-      add(s, place == 1 ? 9 : 3, static_cast<std::size_t>(place), place == 29 ? nullptr : shared_id);
+      add(s, place == 1 ? 9 : 3, static_cast<std::size_t>(place),
+          place == 1    ? shared_id
+          : place == 29 ? nullptr
+                        : made_id);
     }
     images.push_back(image_of(s));
     for (const char version : {'\0', '\1'}) images.push_back(earlier(images.back(), version));
@@ -164,6 +167,8 @@ int main(int count, char** arguments) {
   const stream live(KOV_BRNG_MCG59);
   add(live, 9, 10, shared_id);
   const std::vector<std::string> good = good_images();
+  GlobRODataTableEntry* entry;
+  __kovCreateGlobRODataTableEntry(&entry, made_id, std::memset(arko_serv_allocate(400, 128), 'y', 400));
   const std::int64_t blocks = arko_core_live_blocks();
   std::map<std::int32_t, std::uint64_t> statuses;
   for (std::uint64_t n = from; n < from + images; n++) try {
