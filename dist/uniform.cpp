@@ -32,12 +32,10 @@ KOV_EXPORT std::int32_t _kovsRngUniform(std::int32_t method, void* stream, std::
 KOV_EXPORT std::int32_t _koviRngUniform(std::int32_t, void* stream, std::int32_t n, std::int32_t* r,
                                         std::int32_t a, std::int32_t b) {
   double v[block];
-  const std::int32_t last = a < b ? b - 1 : a;
+  const double top = a < b ? b - 1.0 : a;  // numbers may be rounded to b
   return in_blocks(n, block, [&](std::int64_t i, std::int32_t m) {
     const status s = uniform(stream, m, v, a, b);
-    if (s < KOV_STATUS_OK) return s;
-    floors(m, v, r + i);
-    for (std::int32_t j = 0; j < m; j++) r[i + j] = std::min(r[i + j], last);  // numbers may be rounded to b
+    if (s >= KOV_STATUS_OK) floors(m, v, r + i, top);
     return s;
   });
 }

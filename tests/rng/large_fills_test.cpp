@@ -16,10 +16,10 @@ TEST(fills, of_2_31_less_1_numbers_end_where_the_sequence_does) {
   constexpr std::int32_t n = INT32_MAX, tail = 50;
   enum form { integer, single, real };
   const std::pair<std::int32_t, form> rows[] = {
-      {KOV_BRNG_MCG31M1, integer}, {KOV_BRNG_MCG59, single},       {KOV_BRNG_MRG32K3A, integer},
-      {KOV_BRNG_WH + 7, single},   {KOV_BRNG_R250, integer},       {KOV_BRNG_MT19937, single},
-      {KOV_BRNG_MT2203, integer},  {KOV_BRNG_SFMT19937, real},     {KOV_BRNG_ARS5, single},
-      {KOV_BRNG_MCG31M1, real},    {KOV_BRNG_PHILOX4X32X10, real}, {KOV_BRNG_PHILOX4X32X10, integer}};
+      {KOV_BRNG_MCG31M1, integer},    {KOV_BRNG_MCG59, single},         {KOV_BRNG_MRG32K3A, integer},
+      {KOV_BRNG_WH + 7, single},      {KOV_BRNG_R250, integer},         {KOV_BRNG_MT19937, single},
+      {KOV_BRNG_MT2203, integer},     {KOV_BRNG_SFMT19937, real},       {KOV_BRNG_ARS5, single},
+      {KOV_BRNG_PHILOX4X32X10, real}, {KOV_BRNG_PHILOX4X32X10, integer}};
   repeated room(sizeof(double) * n);
   for (const auto& [code, form] : rows) {
     if (code == KOV_BRNG_ARS5 && !__kovCPUisAES()) continue;
