@@ -61,7 +61,7 @@ TEST(shared_data, are_found_in_the_child_of_a_fork) {
     while (!over) look();
   });
   int status = 0;
-  for (int i = 0; i < 200 && status == 0; i++) {
+  for (int i = 0; i < 40 && status == 0; i++) {
     const pid_t child = fork();
     if (child == 0) {
       alarm(3);
