@@ -1,19 +1,7 @@
 #include "dist/guard.h"
 
-#include <xmmintrin.h>
-
 namespace kov {
 namespace {
-
-constexpr std::uint16_t x87_masks = 0x3F;
-
-std::uint16_t x87_control() {
-  std::uint16_t word;
-  asm volatile("fnstcw %0" : "=m"(word)::"memory");
-  return word;
-}
-// A flag that is still set would trap under a word that unmasks it.
-void set_x87_control(std::uint16_t word) { asm volatile("fnclex\n\tfldcw %0" ::"m"(word) : "memory"); }
 
 template <class T> struct floors_of;
 template <> struct floors_of<double> {
@@ -43,25 +31,6 @@ template <class T> std::int32_t gauss_floor(ZurErrorContext* report) {
 }
 
 }  // namespace
-
-kernel_guard::kernel_guard(ZurErrorCallBack callback)
-    : thread_(zur::state()),
-      mode_(zur::mode()),
-      callback_(thread_.callback),
-      sse_(_mm_getcsr()),
-      x87_(x87_control()) {
-  set_x87_control(x87_ | x87_masks);
-  if ((sse_ & _MM_MASK_MASK) != _MM_MASK_MASK) _mm_setcsr(sse_ | _MM_MASK_MASK);
-  thread_.mode = (mode_ & ~ZUR_ERRMODE_MASK) | ZUR_ERRMODE_CALLBACK;
-  thread_.callback = callback;
-}
-
-kernel_guard::~kernel_guard() {
-  thread_.mode = mode_;
-  thread_.callback = callback_;
-  set_x87_control(x87_);
-  if ((sse_ & _MM_MASK_MASK) != _MM_MASK_MASK) _mm_setcsr(sse_);
-}
 
 std::int32_t LogFloorD(ZurErrorContext* report) { return log_floor<double>(report); }
 std::int32_t LogFloorS(ZurErrorContext* report) { return log_floor<float>(report); }

@@ -1,7 +1,7 @@
 // Covariance, correlation and cross products: one matrix of sums of products behind all three.
 #include <cmath>
 
-#include "frame/state.h"
+#include "frame/kernel_guard.h"
 #include "stats/computation.h"
 #include "vector/functions.h"
 
@@ -24,14 +24,14 @@ template <class T> symmetric<T> of(const computation<T>& c, const matrix_fields&
   return {c.field(m.matrix), c.p, c.task.integer(c.task.*m.storage)};
 }
 
-// The first level's kernel, which knows denormal numbers whatever the thread's mode says.
+// The first level's kernel.
 template <class T> void inverse_roots(int64_t n, T* d) {
-  const std::uint32_t mode = arko_zur_kernel_SetMode(ZUR_KEEP_DENORMALS);
-  if constexpr (sizeof(T) == sizeof(double))
-    zur::dInvSqrt_table[zur::la](static_cast<int32_t>(n), d, d);
-  else
-    zur::sInvSqrt_table[zur::la](static_cast<int32_t>(n), d, d);
-  zur::restore_mode(mode);
+  zur::silently([&] {
+    if constexpr (sizeof(T) == sizeof(double))
+      zur::dInvSqrt_table[zur::la](static_cast<int32_t>(n), d, d);
+    else
+      zur::sInvSqrt_table[zur::la](static_cast<int32_t>(n), d, d);
+  });
 }
 
 }  // namespace

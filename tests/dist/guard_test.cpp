@@ -49,6 +49,7 @@ TEST(guard, holds_for_its_scope) {
       on_new_thread([&] {
         _zurSetErrorCallBack(mine);
         _zurSetMode(set);
+        _zurSetErrStatus(ZUR_STATUS_UNDERFLOW);
         const std::uint32_t mode = _zurGetMode();
         double zero[3] = {0, 0x1p-1074, 1}, first[3], second[3];
         std::uint32_t inside[3];
@@ -80,6 +81,7 @@ TEST(guard, holds_for_its_scope) {
         EXPECT_EQ(first[2], 0);
         EXPECT_EQ(_zurGetMode(), mode);
         EXPECT_EQ(_zurGetErrorCallBack(), mine);
+        EXPECT_EQ(_zurGetErrStatus(), ZUR_STATUS_UNDERFLOW);
         EXPECT_EQ(after.sse_control(), words.sse_control());
         EXPECT_EQ(after.control, words.control);
         EXPECT_EQ(after.x87_flags(), 0u);

@@ -4,6 +4,7 @@
 #include <arko/state.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -11,6 +12,7 @@
 #include "core/testing.h"
 #include "tests/stats/reference.h"
 #include "tests/support/child.h"
+#include "tests/support/probes.h"
 
 namespace {
 
@@ -366,16 +368,35 @@ TEST(basic, reads_wide_integers) {
   __kovSSDeleteTask(&task);
 }
 
-// The mode word is what it was after a correlation, also where fields of it cannot be set back by the setter.
-TEST(basic, keeps_the_mode_word) {
-  on_new_thread([] {
-    const sample s = random_sample(2, 50, none);
-    const std::uint32_t before = arko_zur_kernel_GetMode();
-    computation<double> made(s.p, {});
-    made.array("mean"), made.array("cor");
-    EXPECT_EQ(made.run(s, 0, s.n, mask_of("cor"), {}), 0);
-    EXPECT_EQ(arko_zur_kernel_GetMode(), before);
-  });
+// A correlation with a component that never changes divides by zero in a kernel: nothing of that but the result is seen.
+TYPED_TEST(basic_test, kernels_report_nothing) {
+  for (const std::uint32_t set : {ZUR_ERRMODE_DEFAULT, ZUR_ERRMODE_IGNORE, ZUR_ERRMODE_NOERR | ZUR_EP,
+                                  ZUR_ERRMODE_DEFAULT | ZUR_FLUSH_DENORMALS | ZUR_TRAP_DIVBYZERO})
+    on_new_thread([&] {
+      static int calls;
+      calls = 0;
+      const auto mine = [](ZurErrorContext* report) { return report->Res1 = 5, ++calls; };
+      _zurSetErrorCallBack(mine);
+      _zurSetMode(set);
+      _zurSetErrStatus(ZUR_STATUS_UNDERFLOW);
+      const std::uint32_t mode = _zurGetMode();
+      sample s = random_sample(2, 50, none);
+      for (int j = 0; j < s.n; j++) s.x[2 * j] = 3;
+      computation<TypeParam> made(s.p, {});
+      made.array("mean"), made.array("cor");
+      errno = 0;
+      const fp_words words = {.control = 0x340};  // of the x87: all exceptions trap
+      const fp_words after = under(words, [&] { EXPECT_EQ(made.run(s, 0, s.n, mask_of("cor"), {}), 0); });
+      EXPECT_EQ(calls, 0);
+      EXPECT_EQ(errno, 0);
+      EXPECT_EQ(_zurGetErrStatus(), ZUR_STATUS_UNDERFLOW);
+      EXPECT_EQ(_zurGetMode(), mode);
+      EXPECT_EQ(_zurGetErrorCallBack(), +mine);
+      EXPECT_EQ(after.control, words.control);
+      EXPECT_EQ(after.x87_flags(), 0u);
+      EXPECT_EQ(after.sse_control(), words.sse_control());
+      EXPECT_TRUE(std::isnan(made.array("cor")[1]));
+    });
 }
 
 // Another mean given to a later block: the matrix is that of all observations with the mean given last.
