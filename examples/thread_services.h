@@ -2,6 +2,7 @@
 #pragma once
 #include <arko/threads.h>
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <thread>
@@ -30,7 +31,7 @@ struct thread_services {
       TaskBody body;
       std::atomic<std::int32_t> next = 0;
     } w{tasks, context, body};
-    parallel_region(count, &w, [](std::int32_t thread, std::int32_t, std::int32_t n, void* p) {
+    parallel_region(count > 0 ? count : std::max(threads, 1), &w, [](std::int32_t thread, std::int32_t, std::int32_t n, void* p) {
       work& w = *static_cast<work*>(p);
       for (std::int32_t task; (task = w.next++) < w.tasks;) w.body(task, thread, n, w.context);
     });

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "core/block.h"
 #include "stats/task.h"
@@ -47,6 +48,11 @@ template <class T> struct matrix {
             static_cast<std::size_t>(n)};
   }
 };
+
+// Whether the task has components that can be shared out: a service counts its items in 32 bits.
+inline bool can_share_out(const SSTask& task) {
+  return task.obs_dim && task.dimension() > 0 && task.dimension() <= std::numeric_limits<std::int32_t>::max();
+}
 
 inline bool has_layout(std::int64_t storage) { return storage & (KOV_SS_COMPONENTS | KOV_SS_OBSERVATIONS); }
 
@@ -99,7 +105,7 @@ template <class T> class workspace {
   arko::block<T> block_;
 };
 
-inline constexpr std::int64_t work_limit = std::int64_t{1}
-                                           << 30;  // bytes of work memory that threads may add up to
+// Bytes of work memory: for quantiles that of all threads together, for a sort times the threads that there are.
+inline constexpr std::int64_t work_limit = std::int64_t{1} << 30;
 
 }  // namespace kov

@@ -63,7 +63,7 @@ template <class T> status mean_deviations(const SSTask& task, bool given, const 
 template <class T>
 status absolute_deviations(const SSTask& task, uint64_t estimates, uint64_t method,
                            const DFThreadServices* services) {
-  if (!task.obs_dim || task.dimension() <= 0) return KOV_SS_ERR_OBS_DIM;
+  if (!can_share_out(task)) return KOV_SS_ERR_OBS_DIM;
   if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
   if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
   if (task.storage() != KOV_SS_COMPONENTS && task.storage() != KOV_SS_OBSERVATIONS) return KOV_SS_ERR_STORAGE;
@@ -88,10 +88,10 @@ status absolute_deviations(const SSTask& task, uint64_t estimates, uint64_t meth
 
 using namespace kov;
 
-#define ENTRY(p, T)                                                                  \
-  KOV_EXPORT int32_t _kov##p##SSMAD(void* task, uint64_t estimates, uint64_t method, \
-                                    const DFThreadServices* threads) {               \
-    return absolute_deviations<T>(task_of(task), estimates, method, threads);        \
+#define ENTRY(p, T)                                                                                         \
+  KOV_EXPORT int32_t _kov##p##SSMAD(void* task, uint64_t estimates, uint64_t method,                        \
+                                    const DFThreadServices* threads) {                                      \
+    return task ? absolute_deviations<T>(task_of(task), estimates, method, threads) : KOV_SS_ERR_NULL_TASK; \
   }
 ENTRY(d, double)
 ENTRY(s, float)

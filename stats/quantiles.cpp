@@ -27,7 +27,7 @@ int32_t threads_for(const DFThreadServices* services, int64_t p, int64_t most) {
 
 // Observations that can be read.
 status check_observations(const SSTask& task) {
-  if (!task.obs_dim || task.dimension() <= 0) return KOV_SS_ERR_OBS_DIM;
+  if (!can_share_out(task)) return KOV_SS_ERR_OBS_DIM;
   if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
   return task.obs ? KOV_SS_OK : KOV_SS_ERR_OBS;
 }
@@ -144,14 +144,14 @@ status quantiles(const SSTask& task, uint64_t estimates, uint64_t method, const 
 
 using namespace kov;
 
-#define ENTRIES(p, T)                                                                      \
-  KOV_EXPORT int32_t _kov##p##SSSort(void* task, uint64_t, uint64_t method,                \
-                                     const DFThreadServices* threads) {                    \
-    return sort_observations<T>(task_of(task), method, threads);                           \
-  }                                                                                        \
-  KOV_EXPORT int32_t _kov##p##SSQuantiles(void* task, uint64_t estimates, uint64_t method, \
-                                          const DFThreadServices* threads) {               \
-    return quantiles<T>(task_of(task), estimates, method, threads);                        \
+#define ENTRIES(p, T)                                                                             \
+  KOV_EXPORT int32_t _kov##p##SSSort(void* task, uint64_t, uint64_t method,                       \
+                                     const DFThreadServices* threads) {                           \
+    return task ? sort_observations<T>(task_of(task), method, threads) : KOV_SS_ERR_NULL_TASK;    \
+  }                                                                                               \
+  KOV_EXPORT int32_t _kov##p##SSQuantiles(void* task, uint64_t estimates, uint64_t method,        \
+                                          const DFThreadServices* threads) {                      \
+    return task ? quantiles<T>(task_of(task), estimates, method, threads) : KOV_SS_ERR_NULL_TASK; \
   }
 ENTRIES(d, double)
 ENTRIES(s, float)

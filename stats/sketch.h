@@ -86,7 +86,17 @@ struct SketchComponent {
 
   SketchStage& current() const { return stages[stage_index]; }
 };
-inline constexpr std::int32_t end_of_sketch = -1;  // the record after the last component's
+inline constexpr std::int32_t end_of_sketch = -1;
+
+// What stands behind the last component's record.
+struct SketchEnd : SketchComponent {
+  double eps;  // that the stages were made for
+};
+
+// All records of p components, and the end's.
+inline std::size_t sketch_bytes(std::int64_t p) {
+  return static_cast<std::size_t>(p) * sizeof(SketchComponent) + sizeof(SketchEnd);
+}
 
 // Numbers of a stage, by the formula: a real number that may be beyond what a stage can count.
 template <class T> T stage_size(std::int32_t stage, T eps);

@@ -53,25 +53,27 @@ template <class T> status check_quantiles(const SSTask& task, uint64_t method) {
 
 // ---- The sketch of a task
 
-status make_sketch(SSTask& task) {
+template <class T> status make_sketch(SSTask& task) {
   const int64_t p = task.dimension();
-  arko::block<SketchComponent> sketch(static_cast<std::size_t>(p) + 1);
-  if (!sketch) return KOV_SS_ERR_NO_MEMORY;
-  for (int64_t c = 0; c < p; c++) sketch[static_cast<std::size_t>(c)] = {0, -1, task.selected(c), nullptr};
-  sketch[static_cast<std::size_t>(p)] = {0, -1, end_of_sketch, nullptr};
-  task.sq_sketch = sketch.release();
+  arko::block<char> memory(sketch_bytes(p));
+  if (!memory) return KOV_SS_ERR_NO_MEMORY;
+  auto* const sketch = reinterpret_cast<SketchComponent*>(memory.get());
+  for (int64_t c = 0; c < p; c++) sketch[c] = {0, -1, task.selected(c), nullptr};
+  *static_cast<SketchEnd*>(sketch + p) = {{0, -1, end_of_sketch, nullptr}, *reals<T>(task.sq_params)};
+  task.sq_sketch = memory.release();
   task.cleanup_count = 1;
   task.cleanup_fn = __kovSQuantilesFreeBuffers;
   return KOV_SS_OK;
 }
 
-// An earlier call's sketch serves this one if it has the components that are wanted now.
-status check_sketch(const SSTask& task) {
+// An earlier call's sketch serves this one if it has the components that are wanted now, and stages for this eps.
+template <class T> status check_sketch(const SSTask& task) {
   const SketchComponent* sketch = sketch_of(task);
   bool any = false;
   int64_t p = 0;
   for (; sketch[p].active != end_of_sketch; p++) any |= sketch[p].active != 0;
   if (p != task.dimension()) return KOV_SS_ERR_OBS_DIM;
+  if (static_cast<const SketchEnd*>(sketch + p)->eps != *reals<T>(task.sq_params)) return KOV_SS_ERR_SQ_EPS;
   for (int64_t c = 0; task.indices && c < p; c++)
     if (task.selected(c) && !sketch[c].active) return KOV_SS_ERR_INDICES;
   return any ? KOV_SS_OK : KOV_SS_ERR_INDICES;
@@ -155,7 +157,7 @@ template <class T> status take_block(const SSTask& task, T eps, const DFThreadSe
     const std::size_t each = flushes ? sketch_work<T>::bytes(stage.block) : 0;
     const workspace<unsigned char> work(threads, each);
     if (!work) return KOV_SS_ERR_NO_MEMORY;
-    parallel_for(services, static_cast<int32_t>(p), threads, [&](int32_t c, int32_t thread) {
+    parallel_for(services, static_cast<int32_t>(p), all_threads, [&](int32_t c, int32_t thread) {
       if (!sketch[c].active) return;
       values<const T> part = x[c];
       part.first = &part[static_cast<std::size_t>(taken)];
@@ -217,7 +219,9 @@ template <class T> status find_quantiles(const SketchComponent& c, const T* orde
 template <class T> status stream_quantiles(SSTask& task, uint64_t method, const DFThreadServices* services) {
   if (const status s = check_block<T>(task); s != KOV_SS_OK) return s;
   if (const status s = check_quantiles<T>(task, method); s != KOV_SS_OK) return s;
-  if (const status s = task.sq_sketch ? check_sketch(task) : make_sketch(task); s != KOV_SS_OK) return s;
+  if (!can_share_out(task)) return KOV_SS_ERR_OBS_DIM;
+  if (const status s = task.sq_sketch ? check_sketch<T>(task) : make_sketch<T>(task); s != KOV_SS_OK)
+    return s;
   if (const status s = take_block(task, *reals<T>(task.sq_params), services); s != KOV_SS_OK) return s;
   if (!(method & KOV_SS_SQ_RESULT)) return KOV_SS_OK;
   const int64_t m = task.integer(task.sq_count);
@@ -245,10 +249,10 @@ KOV_EXPORT int32_t __kovSQuantilesFreeBuffers(void* task) {
   return KOV_SS_OK;
 }
 
-#define ENTRY(p, T)                                                                    \
-  KOV_EXPORT int32_t _kov##p##SSStreamQuantiles(void* task, uint64_t, uint64_t method, \
-                                                const DFThreadServices* threads) {     \
-    return stream_quantiles<T>(task_of(task), method, threads);                        \
+#define ENTRY(p, T)                                                                           \
+  KOV_EXPORT int32_t _kov##p##SSStreamQuantiles(void* task, uint64_t, uint64_t method,        \
+                                                const DFThreadServices* threads) {            \
+    return task ? stream_quantiles<T>(task_of(task), method, threads) : KOV_SS_ERR_NULL_TASK; \
   }
 ENTRY(d, double)
 ENTRY(s, float)

@@ -27,6 +27,7 @@ status check(const SSTask& task) {
 }
 
 status create(void** task, const SSTask& fields) {
+  if (!task) return KOV_SS_ERR_NULL_TASK;
   *task = nullptr;
   if (const status s = check(fields); s != KOV_SS_OK) return s;
   arko::block<SSTask> record;

@@ -20,6 +20,8 @@ void parallel_region(const DFThreadServices* services, std::int32_t threads, con
                             });
 }
 
+inline constexpr std::int32_t all_threads = 0;  // as many as the caller's count tells
+
 // Runs body(item, thread) for each item on up to that many threads; without services, on the calling one.
 template <class Body>
 void parallel_for(const DFThreadServices* services, std::int32_t items, std::int32_t threads,

@@ -69,7 +69,7 @@ using namespace kov;
 
 #define ENTRY(p, T)                                                                                \
   KOV_EXPORT int32_t _kov##p##SSWMedian(void* task, uint64_t, uint64_t, const DFThreadServices*) { \
-    return weighted_median<T>(task_of(task));                                                      \
+    return task ? weighted_median<T>(task_of(task)) : KOV_SS_ERR_NULL_TASK;                        \
   }
 ENTRY(d, double)
 ENTRY(s, float)

@@ -22,7 +22,10 @@ typedef void (*RegionBody)(int32_t thread, int32_t spare, int32_t thread_count, 
  * which thread runs a task, nor on the order.
  */
 struct DFThreadServices {
-  /* Calls body once for each task from 0 to task_count - 1, on up to thread_count threads. */
+  /*
+   * Calls body once for each task from 0 to task_count - 1, on up to thread_count threads; with a thread_count of 0,
+   * on up to as many as the function thread_count tells.
+   */
   void (*parallel_for)(int32_t task_count, int32_t thread_count, void* context, TaskBody body);
   void (*parallel_groups)(int32_t task_count, int32_t thread_count, void* context, TaskBody body);
   /* Calls body once on each of thread_count threads. */

@@ -362,6 +362,34 @@ TYPED_TEST(order, of_checks) {
   }
 }
 
+// Of no task at all, and of one with more components than the services can count.
+TYPED_TEST(order, of_tasks_that_cannot_be) {
+  using T = TypeParam;
+  const int64_t p = (int64_t{1} << 31) + 1, n = 1, layout = KOV_SS_COMPONENTS;
+  const auto narrow = [](const int64_t* v) { return reinterpret_cast<const int32_t*>(v); };
+  const T x[1] = {}, order = T(0.5);
+  T out[1];
+  void* wide;
+  ASSERT_EQ(entries<T>::create(&wide, narrow(&p), narrow(&n), narrow(&layout), x, nullptr, nullptr, 1), 0);
+  for (const int64_t field : {KOV_SS_SORTED, KOV_SS_QUANTS, KOV_SS_SQ_QUANTS, KOV_SS_MEDIAN_ABS_DEV})
+    entries<T>::edit(wide, field, out);
+  for (const int64_t field : {KOV_SS_QUANT_ORDERS, KOV_SS_SQ_ORDERS, KOV_SS_SQ_PARAMS})
+    entries<T>::edit(wide, field, &order);
+  for (const int64_t field : {KOV_SS_QUANT_COUNT, KOV_SS_SQ_COUNT, KOV_SS_SQ_PARAM_COUNT})
+    __koviSSEditTask(wide, field, &n);
+  __koviSSEditTask(wide, KOV_SS_SORTED_STORAGE, &layout);
+  EXPECT_EQ(entries<T>::weighted_median(nullptr, 0, 0, services), KOV_SS_ERR_NULL_TASK);
+  for (const auto& [entry, estimates, method] :
+       {std::tuple(entries<T>::mad, KOV_SS_EST_MEDIAN_ABS_DEV, KOV_SS_FAST),
+        {entries<T>::sort, 0, KOV_SS_RADIX},
+        {entries<T>::quantiles, KOV_SS_EST_QUANTS, KOV_SS_FAST},
+        {entries<T>::stream_quantiles, 0, KOV_SS_SQ_RESULT}}) {
+    ASSERT_EQ(entry(wide, estimates, method, services), KOV_SS_ERR_OBS_DIM);
+    EXPECT_EQ(entry(nullptr, estimates, method, services), KOV_SS_ERR_NULL_TASK);
+  }
+  __kovSSDeleteTask(&wide);
+}
+
 TYPED_TEST(order, of_allocations_that_fail) {
   using T = TypeParam;
   const int n = 100;

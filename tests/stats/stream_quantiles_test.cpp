@@ -134,6 +134,42 @@ TYPED_TEST(streams, are_the_same_however_they_come) {
       }
 }
 
+// The stages of a sketch are made for the eps of the first call.
+TYPED_TEST(streams, keep_their_eps) {
+  using T = TypeParam;
+  stream<T> s(1, T(0.5), {T(0.5)}, KOV_SS_COMPONENTS);
+  const std::vector<T> x = input<T>("random", 900);
+  EXPECT_EQ(s.take({1}), 0);
+  for (const T eps : {T(0.001), T(0.75)}) {
+    s.eps = eps;
+    EXPECT_EQ(s.take(x), KOV_SS_ERR_SQ_EPS);
+  }
+  s.eps = T(0.5);
+  EXPECT_EQ(s.results(), 0);
+  EXPECT_EQ(s.quantiles[0], 1) << "nothing of what was refused";
+  EXPECT_EQ(__kovSQuantilesFreeBuffers(s.task), 0);
+  s.eps = T(0.001);
+  EXPECT_EQ(s.take(x), 0) << "another sketch";
+}
+
+// The number of threads is the services' affair.
+TYPED_TEST(streams, ask_for_all_threads) {
+  static int32_t told;
+  told = -1;
+  DFThreadServices mine = *arko_serial_services();
+  mine.parallel_for = [](int32_t tasks, int32_t threads, void* context, TaskBody body) {
+    told = threads;
+    arko_serial_for(tasks, threads, context, body);
+  };
+  stream<TypeParam> s(2, TypeParam(0.1), {1}, KOV_SS_COMPONENTS);
+  s.n = 1;
+  const TypeParam x[2] = {4, 5};
+  entries<TypeParam>::edit(s.task, KOV_SS_OBS, x);
+  EXPECT_EQ(entries<TypeParam>::stream_quantiles(s.task, 0, KOV_SS_SQ_RESULT, &mine), 0);
+  EXPECT_EQ(told, 0);
+  EXPECT_EQ(s.quantiles[1], 5);
+}
+
 TYPED_TEST(streams, begin_and_end) {
   using T = TypeParam;
   stream<T> s(1, T(0.01), {0, T(0.5), 1}, KOV_SS_COMPONENTS);
@@ -213,7 +249,11 @@ TYPED_TEST(streams, of_checks) {
   expect(KOV_SS_ERR_METHOD), method = KOV_SS_SQ_RESULT;
   expect(KOV_SS_ERR_SQ_EPS), real(KOV_SS_SQ_PARAMS, &above);
   expect(KOV_SS_ERR_SQ_EPS), real(KOV_SS_SQ_PARAMS, &inside);
-  expect(0);
+  int32_t dimension = -1;  // before there is a sketch, and when there is one
+  integer(KOV_SS_OBS_DIM, &dimension);
+  expect(KOV_SS_ERR_OBS_DIM), integer(KOV_SS_OBS_DIM, &p);
+  expect(0), integer(KOV_SS_OBS_DIM, &(dimension = 0));
+  expect(KOV_SS_ERR_OBS_DIM);
   EXPECT_EQ(__kovSSDeleteTask(&task), 0);
 }
 

@@ -139,6 +139,7 @@ TYPED_TEST(task_test, a_new_one_refuses) {
     EXPECT_EQ(record != nullptr, row.status == 0) << &row - rows;
     if (record) __kovSSDeleteTask(&record);
   }
+  EXPECT_EQ(entries<TypeParam>::create(nullptr, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), -4031);
   arko_core_fail_allocation(1);
   void* record;
   EXPECT_EQ(entries<TypeParam>::create(&record, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), -4000);
