@@ -13,8 +13,6 @@ namespace kov {
 namespace {
 
 constexpr slots matrices = {cov, cor, cp};
-// Rows; beyond it p * p * 8 bytes cannot be told in 64 bits, let alone had.
-constexpr int64_t largest_matrix = 1 << 28;
 
 template <class T> status read_observations(const SSTask& task, observations<T>& data) {
   if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
@@ -85,15 +83,18 @@ computation<T>::computation(SSTask& t, const request& r)
 
 template <class T> status computation<T>::run(const DFThreadServices* services) {
   observations<T> data;
-  if (want.method != method::from_sums)
-    if (const status s = read_observations(task, data); s != KOV_SS_OK) return s;
-  if (const status s = check_matrices(); s != KOV_SS_OK) return s;
-  if (matrix && p > largest_matrix) return KOV_SS_ERR_NO_MEMORY;
   if (want.method == method::from_sums) return from_sums();
+  if (const status s = read_observations(task, data); s != KOV_SS_OK) return s;
+  if (const status s = check_matrices(); s != KOV_SS_OK) return s;
 
   accumulators<T> first = {};
   first.components = p;
   choose_orders(*this, first);
+  find_before();
+  if (before) {  // what a series has begun with goes on, asked for or not
+    first.order = std::max(first.order, before->order);
+    first.raw_order = std::max(first.raw_order, before->raw_order);
+  }
   const int32_t threads = useful_threads(services, p, data.count, matrix);
   T* const kept = matrix ? host() : nullptr;
 
@@ -113,28 +114,28 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   lay_out_all(measured);
   const arko::block<char> memory(measured.size());
   if (!memory) return KOV_SS_ERR_NO_MEMORY;
-  const bool keeps_mean = given_mean() && task.mean;
-  const auto save_mean = [&] { std::copy_n(field(&SSTask::mean), p, static_cast<T*>(task.saved_mean)); };
-  if (keeps_mean && !task.saved_mean) {
-    arko::block<T> room(static_cast<std::size_t>(p));
-    if (!room) return KOV_SS_ERR_NO_MEMORY;
-    task.saved_mean = room.release();
-    save_mean();
-  }
+  const bool keeps = given_mean() || task.accum_weight;
+  if (keeps)
+    if (const status s = reserve(first, false); s != KOV_SS_OK) return s;
   std::memset(memory.get(), 0, measured.size());
   arena real(memory.get());
   lay_out_all(real);
 
   accumulators<T>& a = parts[0];
   if (kept) a.q = kept;
-  if (const T* pair = field(&SSTask::accum_weight); pair && pair[0] > 0)
-    old_weight = a.weight = pair[0], old_weight2 = a.weight2 = pair[1];
-  if (!given_mean()) find_base(data, a.base, a.mean), std::fill_n(a.mean, p, 0);
+  a.weight = old_weight, a.weight2 = old_weight2;
+  if (!given_mean()) {
+    // Near what weighs most.
+    if (old_weight > 0 && old_weight >= weight_of(data, heaviest(data)))
+      for (int64_t i = 0; i < p; i++) a.base[i] = finite(static_cast<T>(old_mean(i)));
+    else
+      find_base(data, a.base, a.mean), std::fill_n(a.mean, p, 0);
+  }
   if (old_weight > 0)
     restore(a);
   else if (kept)
     std::fill_n(kept, p * p, T());
-  if (keeps_mean)
+  if (given_mean() && task.mean)
     for (int32_t t = 0; t < threads; t++) std::copy_n(static_cast<const T*>(task.mean), p, parts[t].origin);
 
   const walk<T> walks[] = {walk_fast<T>, walk_one_pass<T>, walk_given_mean<T>};
@@ -150,8 +151,13 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
     parallel_region(services, threads, chunk);
   for (int32_t t = 1; t < threads; t++) given_mean() ? merge_given_mean(a, parts[t]) : merge(a, parts[t]);
 
+  if (matrix && given_mean()) add_mean_terms(a);
+  const T* whole = matrix && keeps && !can_restore_matrix(a) ? a.q : nullptr;
+  if (whole)
+    if (const status s = reserve(first, true); s != KOV_SS_OK) return s;
+  if (keeps) remember(a, whole);
   finish(a);
-  if (keeps_mean) save_mean();
+  if (keeps) sign();
   return KOV_SS_OK;
 }
 

@@ -1,8 +1,11 @@
 // One call of Basic: what it works on, and its steps in the files that have them.
 #pragma once
+#include <arko/core.h>
+
 #include "stats/matrix.h"
 #include "stats/moments.h"
 #include "stats/request.h"
+#include "stats/series.h"
 #include "stats/task.h"
 
 namespace [[gnu::visibility("hidden")]] kov {
@@ -32,8 +35,11 @@ template <class T> struct computation {
   // Orders whose raw moments or sums, and whose central ones, live in the caller's arrays from block to block.
   bool has_raw[max_order + 1] = {}, has_central[max_order + 1] = {};
   double old_weight = 0, old_weight2 = 0;  // of the blocks before
+  const series<T>* before = nullptr;       // what the task remembers of them, where it counts
 
   computation(SSTask& t, const request& r);
+  ~computation() { arko_serv_deallocate(room); }
+  computation(const computation&) = delete;
 
   bool given_mean() const { return want.method == method::given_mean; }
   T* field(void* SSTask::*f) const { return static_cast<T*>(task.*f); }
@@ -46,9 +52,20 @@ template <class T> struct computation {
   status run(const DFThreadServices* services);
 
   // restore.cpp: what the blocks before have left, as accumulators of the walk.
+  double old_mean(std::int64_t i) const;
   void restore(accumulators<T>& a) const;
 
+  // series.cpp: the series in the task's memory.
+  void find_before();
+  slots kept_fields() const;
+  std::uint64_t print_of(slots written, bool matrix_contents) const;
+  char* room = nullptr;  // for the accumulators, where the task's memory is not large enough
+  status reserve(const accumulators<T>& a, bool whole_matrix);
+  void remember(const accumulators<T>& a, const T* whole_matrix);
+  void sign();  // when the results are where they belong
+
   // finish.cpp: results in the caller's arrays.
+  void add_mean_terms(accumulators<T>& a) const;
   void finish(accumulators<T>& a) const;
   status from_sums() const;
 
@@ -56,6 +73,8 @@ template <class T> struct computation {
   status check_matrices() const;
   T* host() const;  // the caller's matrix in which the upper triangle can be kept, or null
   void restore_matrix(accumulators<T>& a) const;
+  bool can_restore_matrix(const accumulators<T>& a) const;  // once its results are written
+  void print_matrices(fingerprint& print, slots written, bool contents) const;
   void finish_matrices(const T* q, T* vector, double weight, double weight2) const;
 };
 

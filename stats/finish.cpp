@@ -22,22 +22,25 @@ template <class T> void put(T* to, int64_t i, double value) {
   if (to) to[i] = static_cast<T>(value);
 }
 
+}  // namespace
+
 // Given mean: Q is to be the sum of w x x' less W m m', with m the given mean, over all blocks. Sums of products of d = x - m
 // lie in it, and with s the sum of w d what is missing is s m' + m s': next to nothing where m is the mean. The
 // blocks before took their own mean out, m + e.
-template <class T> void add_mean_terms(const computation<T>& c, accumulators<T>& a) {
-  const T *m = a.origin, *saved = static_cast<const T*>(c.task.saved_mean);
+template <class T> void computation<T>::add_mean_terms(accumulators<T>& a) const {
+  const auto* kept = static_cast<const series<T>*>(task.saved_mean);
+  const bool has_mean = old_weight > 0 && kept && kept->given_mean && kept->components == p &&
+                        kept->written.any({cov, cor, cp});
+  const T* m = a.origin;
   double *e = a.mean, *s = a.sums[1];
-  for (int64_t i = 0; i < c.p; i++) {
-    e[i] = c.old_weight > 0 ? static_cast<double>(saved[i]) - m[i] : 0;
-    s[i] += c.old_weight * e[i];
+  for (int64_t i = 0; i < p; i++) {
+    e[i] = has_mean ? static_cast<double>(kept->origin[i]) - m[i] : 0;
+    s[i] += old_weight * e[i];
   }
-  for (int64_t j = 0; j < c.p; j++)
+  for (int64_t j = 0; j < p; j++)
     for (int64_t i = 0; i <= j; i++)
-      a.q[j * c.p + i] += static_cast<T>(s[i] * m[j] + m[i] * s[j] + c.old_weight * e[i] * e[j]);
+      a.q[j * p + i] += static_cast<T>(s[i] * m[j] + m[i] * s[j] + old_weight * e[i] * e[j]);
 }
-
-}  // namespace
 
 template <class T> void computation<T>::finish(accumulators<T>& a) const {
   const double w = a.weight;
@@ -76,7 +79,6 @@ template <class T> void computation<T>::finish(accumulators<T>& a) const {
     finish_ratios(*this, i, m, moment[2], moment[3], moment[4]);
   });
   if (!matrix) return;
-  if (given_mean()) add_mean_terms(*this, a);
   finish_matrices(a.q, a.vector, w, a.weight2);
 }
 
@@ -90,6 +92,7 @@ template <class T> status computation<T>::from_sums() const {
   } else {
     return KOV_SS_ERR_ACCUM_WEIGHT;
   }
+  if (const status s = check_matrices(); s != KOV_SS_OK) return s;
   const symmetric<T> products(field(&SSTask::cp), p, matrix ? task.integer(task.cp_storage) : 0);
   const bool unpacked = !matrix || products.full();
   arko::block<T> room(matrix ? static_cast<std::size_t>(unpacked ? p : p * p + p) : 0);

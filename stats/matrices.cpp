@@ -1,4 +1,5 @@
 // Covariance, correlation and cross products: one matrix of sums of products behind all three.
+#include <algorithm>
 #include <cmath>
 
 #include "frame/kernel_guard.h"
@@ -9,6 +10,9 @@ using std::int32_t, std::int64_t;
 
 namespace kov {
 namespace {
+
+// Rows; beyond it p * p * 8 bytes cannot be told in 64 bits, let alone had.
+constexpr int64_t largest_matrix = 1 << 28;
 
 struct matrix_fields {
   slot is;
@@ -39,7 +43,7 @@ template <class T> void inverse_roots(int64_t n, T* d) {
 template <class T> status computation<T>::check_matrices() const {
   for (const matrix_fields& m : matrices)
     if (want.needed.has(m.is) && !(task.*m.storage)) return KOV_SS_ERR_NULL_INTEGER;
-  return KOV_SS_OK;
+  return matrix && p > largest_matrix ? KOV_SS_ERR_NO_MEMORY : KOV_SS_OK;
 }
 
 template <class T> T* computation<T>::host() const {
@@ -50,8 +54,14 @@ template <class T> T* computation<T>::host() const {
 }
 
 template <class T> void computation<T>::restore_matrix(accumulators<T>& a) const {
+  if (before && before->q) {
+    std::copy_n(before->q, p * p, a.q);
+    return;
+  }
+  // Of those that were written, where that is known.
+  const bool known = before && before->written.any({cp, cov, cor});
   const matrix_fields* from = matrices;
-  while (!want.asked.has(from->is)) from++;
+  while (!(known ? before->written : want.asked).has(from->is)) from++;
   const symmetric<T> old = of(*this, *from);
   const double scale = old_weight - old_weight2 / old_weight;
   if (from->is == cor) {    // variances on the diagonal
@@ -67,6 +77,31 @@ template <class T> void computation<T>::restore_matrix(accumulators<T>& a) const
     for_selected([&](int64_t j) {
       for (int64_t i = 0; i <= j; i++)
         if (task.selected(i)) a.q[j * p + i] = static_cast<T>(old.get(i, j) * factor);
+    });
+  }
+}
+
+// The divisor of covariances may be 0, as it is with one observation, and a variance of a correlation, too.
+template <class T> bool computation<T>::can_restore_matrix(const accumulators<T>& a) const {
+  if (want.asked.has(cp)) return true;
+  const double scale = a.weight - a.weight2 / a.weight;
+  bool can = std::isfinite(1 / scale);
+  if (!want.asked.has(cov)) for_selected([&](int64_t i) { can &= a.q[i * p + i] > 0; });
+  return can;
+}
+
+// Where they are, and what is in them if that counts.
+template <class T>
+void computation<T>::print_matrices(fingerprint& print, slots written, bool contents) const {
+  for (const matrix_fields& m : matrices) {
+    if (!written.has(m.is)) continue;
+    print.add(task.*m.matrix);
+    if (!(task.*m.storage)) continue;
+    const symmetric<T> values = of(*this, m);
+    print.add(task.integer(task.*m.storage) & (KOV_SS_LOWER_PACKED | KOV_SS_UPPER_PACKED));
+    for_selected([&](int64_t j) {
+      for (int64_t i = 0; contents && i <= j; i++)
+        if (task.selected(i)) print.add(values.get(i, j));
     });
   }
 }

@@ -2,6 +2,7 @@
 #include "stats/moments.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "stats/power_sums.h"
 #include "stats/products.h"
@@ -11,10 +12,8 @@ namespace {
 
 template <class T> void clear(T* x, std::int64_t n) { std::fill_n(x, n, T()); }
 
-// From an infinity there are no deviations. About 0 the sums give the mean what it would have in any order.
 template <class T> void make_finite(T* x, std::int64_t n) {
-  for (std::int64_t i = 0; i < n; i++)
-    if (x[i] - x[i] != 0) x[i] = 0;
+  for (std::int64_t i = 0; i < n; i++) x[i] = finite(x[i]);
 }
 
 // Rank-one update of the matrix by the vector whose i-th number is x(i); none where that is zero.
@@ -74,16 +73,21 @@ void in_blocks(const accumulators<T>& a, const observations<T>& data, Step step)
 
 template <class T> void find_base(const observations<T>& data, T* base, double* work) {
   constexpr std::int64_t few = 64;
-  observations<T> some = data.range(0, std::min(data.count, few));
-  some.w = nullptr;
-  // About the first of them, so that a component that never changes has deviations of exactly 0.
-  for (std::int64_t i = 0; i < data.components; i++) base[i] = *data.component(i);
-  make_finite(base, data.components);
+  const std::int64_t heavy = heaviest(data);
+  const double weight = weight_of(data, heavy);
+  if (weight == 0) return clear(base, data.components);
+  const observations<T> at = data.range(heavy, 1),
+                        some = data.range(std::min(heavy, std::max<std::int64_t>(data.count - few, 0)),
+                                          std::min(data.count, few));
+  // About the one that weighs most, so that a component that never changes has deviations of exactly 0, and what
+  // hardly weighs anything leaves no rounding behind.
+  for (std::int64_t i = 0; i < data.components; i++) base[i] = finite(*at.component(i));
+  const double total = sum_of_weights(some).w;
+  if (!(total >= weight)) return;  // negative ones among them
   clear(work, data.components);
   add_power_sums(some, base, 1, &work);
   for (std::int64_t i = 0; i < data.components; i++)
-    base[i] = static_cast<T>(base[i] + work[i] / static_cast<double>(some.count));
-  make_finite(base, data.components);
+    base[i] = finite(static_cast<T>(base[i] + work[i] / total));
 }
 
 template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data) {
@@ -139,7 +143,7 @@ template <class T> void merge(accumulators<T>& a, const accumulators<T>& b) {
                          6 * d * d * (fa * fa * b2 + fb * fb * a2) + 4 * d * (fa * b3 - fb * a3);
     if (a.order >= 3) a.central[3][i] = a3 + b3 + dd * d * (fa - fb) + 3 * d * (fa * b2 - fb * a2);
     if (a.order >= 2) a.central[2][i] = a2 + b2 + dd;
-    a.mean[i] += d * fb;
+    a.mean[i] = fb > 0.5 ? b.mean[i] - d * fa : a.mean[i] + d * fb;
   }
   a.weight = w, a.weight2 += b.weight2;
 }
@@ -155,7 +159,15 @@ template <class T> void merge_given_mean(accumulators<T>& a, const accumulators<
   a.weight += b.weight, a.weight2 += b.weight2;
 }
 
+template <class T> std::int64_t heaviest(const observations<T>& data) {
+  std::int64_t at = 0;
+  for (std::int64_t j = 1; data.w && j < data.count; j++)
+    if (std::fabs(data.w[j]) > std::fabs(data.w[at])) at = j;
+  return at;
+}
+
 #define WALKS(T)                                                           \
+  template std::int64_t heaviest(const observations<T>&);                  \
   template void find_base(const observations<T>&, T*, double*);            \
   template void walk_fast(accumulators<T>&, const observations<T>&);       \
   template void walk_given_mean(accumulators<T>&, const observations<T>&); \

@@ -7,6 +7,7 @@
 // All but the matrix is in double in both precisions.
 #pragma once
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "stats/observations.h"
@@ -48,7 +49,16 @@ template <class T> std::int64_t block_room(const observations<T>& data) {
   return std::min(block_size(data, true), data.count) * (p + p % 2);
 }
 
-// A mean of the first observations, for a base.
+// The number of the observation whose weight is largest, whatever its sign, and that weight.
+template <class T> std::int64_t heaviest(const observations<T>& data);
+template <class T> double weight_of(const observations<T>& data, std::int64_t observation) {
+  return data.w ? std::fabs(static_cast<double>(data.w[observation])) : 1;
+}
+
+// From an infinity there are no deviations. About 0 the sums give the mean what it would have in any order.
+template <class T> T finite(T x) { return x - x == 0 ? x : T(); }
+
+// A mean of some observations that weigh, for a base; 0 where none does.
 template <class T> void find_base(const observations<T>& data, T* base, double* work);
 
 template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data);

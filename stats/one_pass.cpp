@@ -109,11 +109,19 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
       a.q ? block_size(data, true) : 0x4000 / static_cast<int64_t>(sizeof(T)) / a.components;
   const int64_t size = std::clamp<int64_t>(fitting, 16, most);
   factors f;
-  for (; first < data.count; first += size) {
-    observations<T> block = data.range(first, std::min(size, data.count - first));
+  observations<T> block;
+  for (; first < data.count; first += block.count) {
+    block = data.range(first, std::min(size, data.count - first));
+    double heavy = 0;  // the part of the old mean in the new one after a single observation that weighs more
     for (std::int64_t j = 0; j < block.count; j++) {
       const double w = block.w ? static_cast<double>(block.w[j]) : 1, s = a.weight + w, inverse = 1 / s;
       const double r = w * inverse, q = a.weight * inverse;
+      if (r > 0.5) {  // a block of its own
+        block.count = j > 0 ? j : 1;
+        if (j > 0) break;
+        heavy = q;
+        std::copy_n(a.mean, a.components, a.sums[1]);
+      }
       f.r[j] = r, f.g[j] = a.weight * r;
       f.c3[j] = q - r, f.c4[j] = q * q - q * r + r * r;
       // Products of scaled deviations; with weights, which may be negative, W r stays apart.
@@ -121,6 +129,12 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
       a.weight = s, a.weight2 += w * w;
     }
     kernels[a.order - 1][a.q != nullptr](a, block, f, block.count);
+    // From its side, since the way from the old mean may be so long that the new one would lose all digits.
+    if (f.r[0] > 0.5)
+      for (std::int64_t i = 0; i < a.components; i++) {
+        const double x = static_cast<double>(*block.component(i)) - a.base[i];
+        a.mean[i] = x - (x - a.sums[1][i]) * heavy;
+      }
     if (a.q) {
       T g[most];
       for (std::int64_t j = 0; j < block.count; j++) g[j] = static_cast<T>(f.g[j]);

@@ -44,6 +44,10 @@ class slots {
   constexpr bool has(slot s) const { return bits_ >> s & 1; }
   // Whether it has one of them.
   constexpr bool any(slots s) const { return (bits_ & s.bits_) != 0; }
+  constexpr slots common(slots s) const {
+    s.bits_ &= bits_;
+    return s;
+  }
   constexpr slots& operator|=(slots s) {
     bits_ |= s.bits_;
     return *this;

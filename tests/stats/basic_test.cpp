@@ -124,63 +124,6 @@ TYPED_TEST(basic_test, agrees_with_definitions) {
   }
 }
 
-// Each estimate alone, with arrays for what it needs only, in one block and in two; raw moments also beside the mean.
-TYPED_TEST(basic_test, gives_each_estimate_alone) {
-  using T = TypeParam;
-  const std::vector<std::pair<std::string, std::vector<std::string>>> needs = {
-      {"mean", {}},
-      {"raw2", {}},
-      {"raw3", {}},
-      {"raw4", {}},
-      {"raw2", {"mean"}},
-      {"raw3", {"mean"}},
-      {"raw4", {"mean"}},
-      {"central2", {"mean", "raw2"}},
-      {"central3", {"mean", "raw2", "raw3"}},
-      {"central4", {"mean", "raw2", "raw3", "raw4"}},
-      {"kurtosis", {"mean", "raw2", "raw3", "raw4", "central2", "central4"}},
-      {"skewness", {"mean", "raw2", "raw3", "central2", "central3"}},
-      {"variation", {"mean", "raw2", "central2"}},
-      {"cov", {"mean"}},
-      {"cor", {"mean"}},
-      {"cp", {"mean"}},
-      {"sum1", {}},
-      {"sum2", {}},
-      {"sum3", {}},
-      {"sum4", {}},
-      {"csum2", {"mean", "raw2"}},
-      {"csum3", {"mean", "raw2", "raw3"}},
-      {"csum4", {"mean", "raw2", "raw3", "raw4"}},
-  };
-  const sample s = random_sample(3, 600, positive);
-  const reference r(s);
-  for (const auto& [name, others] : needs)
-    for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS, KOV_SS_GIVEN_MEAN})
-      for (const int blocks : {1, 2}) {
-        // Central sums need less in these methods; those of order 3 and 4 in one pass then cannot go on.
-        const bool sums_only = name[0] == 'c' && name[1] == 's' && method != KOV_SS_FAST;
-        if (sums_only && method == KOV_SS_ONE_PASS && blocks > 1 && name != "csum2") continue;
-        setup how{.method = method, .blocks = blocks};
-        computation<T> made(s.p, how);
-        made.array(name);
-        for (const std::string& other : others)
-          if (!sums_only || other == "mean") made.array(other);
-        if (method == KOV_SS_GIVEN_MEAN) {
-          const auto mean = r.values.at("mean");
-          made.array("mean").assign(mean.begin(), mean.end());
-        }
-        for (int b = 0; b < blocks; b++)
-          ASSERT_EQ(made.run(s, b * 100, blocks == 1 || b ? 600 : 100,
-                             mask_of(name) | (made.arrays.contains("mean") ? mask_of("mean") : 0), how),
-                    0)
-              << name;
-        for (auto it = made.arrays.begin(); it != made.arrays.end();)  // what is needed need not be written
-          it = it->first == name ? std::next(it) : made.arrays.erase(it);
-        expect_close(made, r, how, 400 * std::numeric_limits<T>::epsilon(),
-                     name + ", method " + std::to_string(method) + ", blocks " + std::to_string(blocks));
-      }
-}
-
 // Sums of a computation, turned into moments and matrices by another.
 TYPED_TEST(basic_test, goes_from_sums_to_moments) {
   using T = TypeParam;
@@ -326,6 +269,16 @@ TEST(basic, refuses) {
     __kovSSDeleteTask(&task);
   }
   EXPECT_EQ(_kovdSSBasic(nullptr, 1, 1, nullptr), -4031);
+  // From sums, with neither sums of weights nor a storage form: the weights first.
+  const double one = 1;
+  void* task;
+  ASSERT_EQ(__kovdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
+  __kovdSSEditCovCor(task, mean, cov, nullptr, nullptr, nullptr),
+      __kovdSSEditCP(task, mean, mean, cov, nullptr);
+  EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_COV, KOV_SS_FROM_SUMS, nullptr), -4020);
+  __kovdSSEditTask(task, KOV_SS_ACCUM_WEIGHT, &one);
+  EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_COV, KOV_SS_FROM_SUMS, nullptr), -4044);
+  __kovSSDeleteTask(&task);
 }
 
 // Every allocation failed in turn: the status, and no block lost.

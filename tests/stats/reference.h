@@ -94,11 +94,16 @@ struct reference {
       }
     for (int i = 0; i < p; i++)
       for (int k = 0; k < p; k++) {
-        const real size = std::sqrt(std::fabs(q[i * p + i] * q[k * p + k])),
+        const real root = std::sqrt(std::fabs(q[i * p + i] * q[k * p + k])),
                    f = 1 / (weight - weight2 / weight);
+        real size = root;
+        if (!given.empty())
+          size += std::fabs((values["sum1"][i] - weight * m[i]) * m[k]) +
+                  std::fabs(m[i] * (values["sum1"][k] - weight * m[k]));
         put("cp", i * p + k, q[i * p + k], size);
         put("cov", i * p + k, q[i * p + k] * f, size * f);
-        put("cor", i * p + k, i == k ? q[i * p + i] * f : q[i * p + k] / size, i == k ? size * f : 1);
+        put("cor", i * p + k, i == k ? q[i * p + i] * f : q[i * p + k] / root,
+            i == k ? size * f : size / root);
       }
   }
 
