@@ -60,6 +60,7 @@ template <class T> void choose_orders(computation<T>& c, accumulators<T>& a) {
 template <class T>
 void lay_out(accumulators<T>& a, arena& memory, const observations<T>& data, bool matrix, bool own_matrix) {
   const int64_t p = a.components;
+  a.base = memory.take<T>(p);
   a.mean = memory.take<double>(p + 1);  // one more: the one-pass walk takes components in pairs
   for (int k = 2; k <= a.order; k++) a.central[k] = memory.take<double>(p + 1);
   for (int k = 1; k <= std::max(a.order, 1); k++) a.sums[k] = memory.take<double>(p);
@@ -102,10 +103,8 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   accumulators<T>* parts = nullptr;
   const auto lay_out_all = [&](arena& memory) {
     parts = memory.take<accumulators<T>>(threads);
-    T* const base = memory.take<T>(p);
     for (int32_t t = 0; t < threads; t++) {
       accumulators<T> a = first;
-      a.base = base;
       lay_out(a, memory, data, matrix, t > 0 || !kept);
       if (parts) parts[t] = a;
     }
@@ -125,11 +124,18 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   if (kept) a.q = kept;
   a.weight = old_weight, a.weight2 = old_weight2;
   if (!given_mean()) {
-    // Near what weighs most.
-    if (old_weight > 0 && old_weight >= weight_of(data, heaviest(data)))
+    // Near what weighs; the walks change it where something weighs more than what they have been shown here.
+    constexpr int64_t some = 4096;
+    a.base_weight = find_base(data.range(0, std::min(data.count, some)), a.base, a.mean);
+    std::fill_n(a.mean, p, 0);
+    if (old_weight >= a.base_weight && old_weight > 0) {
+      a.base_weight = old_weight;
       for (int64_t i = 0; i < p; i++) a.base[i] = finite(static_cast<T>(old_mean(i)));
-    else
-      find_base(data, a.base, a.mean), std::fill_n(a.mean, p, 0);
+    }
+    for (int32_t t = 1; t < threads; t++) {
+      std::copy_n(a.base, p, parts[t].base);
+      parts[t].base_weight = a.base_weight;
+    }
   }
   if (old_weight > 0)
     restore(a);

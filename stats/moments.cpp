@@ -71,32 +71,36 @@ void in_blocks(const accumulators<T>& a, const observations<T>& data, Step step)
 
 }  // namespace
 
-template <class T> void find_base(const observations<T>& data, T* base, double* work) {
+template <class T> double find_base(const observations<T>& data, T* base, double* work) {
   constexpr std::int64_t few = 64;
-  const std::int64_t heavy = heaviest(data);
-  const double weight = weight_of(data, heavy);
-  if (weight == 0) return clear(base, data.components);
+  std::int64_t heavy = 0;
+  for (std::int64_t j = 1; data.w && j < data.count; j++)
+    if (std::fabs(data.w[j]) > std::fabs(data.w[heavy])) heavy = j;
+  const double weight = data.w ? std::fabs(static_cast<double>(data.w[heavy])) : 1;
   const observations<T> at = data.range(heavy, 1),
                         some = data.range(std::min(heavy, std::max<std::int64_t>(data.count - few, 0)),
                                           std::min(data.count, few));
-  // About the one that weighs most, so that a component that never changes has deviations of exactly 0, and what
-  // hardly weighs anything leaves no rounding behind.
-  for (std::int64_t i = 0; i < data.components; i++) base[i] = finite(*at.component(i));
+  // About that one, so that a component that never changes has deviations of exactly 0, and what hardly weighs
+  // anything leaves no rounding behind.
+  for (std::int64_t i = 0; i < data.components; i++) base[i] = weight > 0 ? finite(*at.component(i)) : T();
   const double total = sum_of_weights(some).w;
-  if (!(total >= weight)) return;  // negative ones among them
+  if (!(weight > 0 && total >= weight)) return weight;  // with negative ones a mean may be anywhere
   clear(work, data.components);
   add_power_sums(some, base, 1, &work);
   for (std::int64_t i = 0; i < data.components; i++)
     base[i] = finite(static_cast<T>(base[i] + work[i] / total));
+  return weight;
 }
 
 template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data) {
   in_blocks(a, data, [&](const observations<T>& block) {
     const weight_sums w = sum_of_weights(block);
-    if (a.weight < w.w)
-      find_base(block, a.origin, a.sums[1]);
-    else
+    if (a.weight < w.w) {
+      const double weight = find_base(block, a.origin, a.sums[1]);
+      if (weight > a.base_weight) change_base(a, a.origin, weight);
+    } else {
       for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = static_cast<T>(a.base[i] + a.mean[i]);
+    }
     make_finite(a.origin, a.components);
     for (int k = 1; k <= a.order; k++) clear(a.sums[k], a.components);
     if (a.q) {
@@ -122,20 +126,29 @@ template <class T> void walk_given_mean(accumulators<T>& a, const observations<T
   });
 }
 
+template <class T> void change_base(accumulators<T>& a, const T* base, double weight) {
+  for (std::int64_t i = 0; i < a.components; i++)
+    a.mean[i] += double(a.base[i]) - double(base[i]), a.base[i] = base[i];
+  a.base_weight = weight;
+}
+
 template <class T> void merge(accumulators<T>& a, const accumulators<T>& b) {
   const double wa = a.weight, wb = b.weight, w = wa + wb;
   if (wb == 0 || w == 0) return;
+  const auto way = [&](std::int64_t i) {
+    return (double(b.base[i]) - double(a.base[i])) + (b.mean[i] - a.mean[i]);
+  };
   const auto add_matrix = [&] {
     for (std::int64_t j = 0; j < a.components; j++)
       for (std::int64_t i = 0; i <= j; i++) a.q[j * a.components + i] += b.q[j * a.components + i];
   };
   if (a.q) {
     add_matrix();
-    add_square(a, wa * wb / w, [&](std::int64_t i) { return b.mean[i] - a.mean[i]; });
+    add_square(a, wa * wb / w, way);
   }
   const double fa = wa / w, fb = wb / w;
   for (std::int64_t i = 0; i < a.components; i++) {
-    const double d = b.mean[i] - a.mean[i], dd = d * d * (wa * fb);
+    const double d = way(i), dd = d * d * (wa * fb);
     const double a2 = a.order >= 2 ? a.central[2][i] : 0, b2 = a.order >= 2 ? b.central[2][i] : 0;
     const double a3 = a.order >= 3 ? a.central[3][i] : 0, b3 = a.order >= 3 ? b.central[3][i] : 0;
     if (a.order >= 4)
@@ -143,8 +156,12 @@ template <class T> void merge(accumulators<T>& a, const accumulators<T>& b) {
                          6 * d * d * (fa * fa * b2 + fb * fb * a2) + 4 * d * (fa * b3 - fb * a3);
     if (a.order >= 3) a.central[3][i] = a3 + b3 + dd * d * (fa - fb) + 3 * d * (fa * b2 - fb * a2);
     if (a.order >= 2) a.central[2][i] = a2 + b2 + dd;
-    a.mean[i] = fb > 0.5 ? b.mean[i] - d * fa : a.mean[i] + d * fb;
+    if (fb > 0.5)
+      a.base[i] = b.base[i], a.mean[i] = b.mean[i] - d * fa;
+    else
+      a.mean[i] += d * fb;
   }
+  a.base_weight = std::max(a.base_weight, b.base_weight);
   a.weight = w, a.weight2 += b.weight2;
 }
 
@@ -159,16 +176,9 @@ template <class T> void merge_given_mean(accumulators<T>& a, const accumulators<
   a.weight += b.weight, a.weight2 += b.weight2;
 }
 
-template <class T> std::int64_t heaviest(const observations<T>& data) {
-  std::int64_t at = 0;
-  for (std::int64_t j = 1; data.w && j < data.count; j++)
-    if (std::fabs(data.w[j]) > std::fabs(data.w[at])) at = j;
-  return at;
-}
-
 #define WALKS(T)                                                           \
-  template std::int64_t heaviest(const observations<T>&);                  \
-  template void find_base(const observations<T>&, T*, double*);            \
+  template double find_base(const observations<T>&, T*, double*);          \
+  template void change_base(accumulators<T>&, const T*, double);           \
   template void walk_fast(accumulators<T>&, const observations<T>&);       \
   template void walk_given_mean(accumulators<T>&, const observations<T>&); \
   template void merge(accumulators<T>&, const accumulators<T>&);           \

@@ -21,8 +21,9 @@ template <class T> struct accumulators {
   int raw_order;  // given mean: of the raw sums, 0 for none
 
   double weight, weight2;  // sum of weights, sum of their squares
+  double base_weight;      // of what the base was taken from; where something weighs more it becomes the base
   // A point near the data, and the mean as its distance from there: so it keeps digits that the mean itself has not.
-  T* base;                         // p numbers, as all that follow; the same in all threads
+  T* base;                         // p numbers, as all that follow
   double* mean;                    // given mean: not used
   double* central[max_order + 1];  // from index 2
   double* sums[max_order + 1];     // from index 1; about the origin, of one block; given mean: of all
@@ -49,17 +50,15 @@ template <class T> std::int64_t block_room(const observations<T>& data) {
   return std::min(block_size(data, true), data.count) * (p + p % 2);
 }
 
-// The number of the observation whose weight is largest, whatever its sign, and that weight.
-template <class T> std::int64_t heaviest(const observations<T>& data);
-template <class T> double weight_of(const observations<T>& data, std::int64_t observation) {
-  return data.w ? std::fabs(static_cast<double>(data.w[observation])) : 1;
-}
-
 // From an infinity there are no deviations. About 0 the sums give the mean what it would have in any order.
 template <class T> T finite(T x) { return x - x == 0 ? x : T(); }
 
-// A mean of some observations that weigh, for a base; 0 where none does.
-template <class T> void find_base(const observations<T>& data, T* base, double* work);
+// A mean of some observations about the one that weighs most, for a base, and that one's weight; 0 where none weighs
+// anything.
+template <class T> double find_base(const observations<T>& data, T* base, double* work);
+
+// The same mean, counted from another base.
+template <class T> void change_base(accumulators<T>& a, const T* base, double weight);
 
 template <class T> void walk_fast(accumulators<T>& a, const observations<T>& data);
 template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>& data);

@@ -112,16 +112,18 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
   observations<T> block;
   for (; first < data.count; first += block.count) {
     block = data.range(first, std::min(size, data.count - first));
-    double heavy = 0;  // the part of the old mean in the new one after a single observation that weighs more
+    double old_part = -1;  // of the mean, after one observation that weighs more than all before it
     for (std::int64_t j = 0; j < block.count; j++) {
-      const double w = block.w ? static_cast<double>(block.w[j]) : 1, s = a.weight + w, inverse = 1 / s;
-      const double r = w * inverse, q = a.weight * inverse;
-      if (r > 0.5) {  // a block of its own
-        block.count = j > 0 ? j : 1;
+      const double w = block.w ? static_cast<double>(block.w[j]) : 1;
+      if (w > a.weight) {  // a block of its own
+        block.count = std::max<std::int64_t>(j, 1);
         if (j > 0) break;
-        heavy = q;
+        for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = finite(*block.component(i));
+        if (w > a.base_weight) change_base(a, a.origin, w);
         std::copy_n(a.mean, a.components, a.sums[1]);
       }
+      const double s = a.weight + w, inverse = 1 / s, r = w * inverse, q = a.weight * inverse;
+      if (w > a.weight) old_part = q;
       f.r[j] = r, f.g[j] = a.weight * r;
       f.c3[j] = q - r, f.c4[j] = q * q - q * r + r * r;
       // Products of scaled deviations; with weights, which may be negative, W r stays apart.
@@ -130,10 +132,10 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
     }
     kernels[a.order - 1][a.q != nullptr](a, block, f, block.count);
     // From its side, since the way from the old mean may be so long that the new one would lose all digits.
-    if (f.r[0] > 0.5)
+    if (old_part >= 0)
       for (std::int64_t i = 0; i < a.components; i++) {
         const double x = static_cast<double>(*block.component(i)) - a.base[i];
-        a.mean[i] = x - (x - a.sums[1][i]) * heavy;
+        a.mean[i] = x - (x - a.sums[1][i]) * old_part;
       }
     if (a.q) {
       T g[most];

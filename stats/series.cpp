@@ -35,7 +35,10 @@ template <class T> std::uint64_t computation<T>::print_of(slots written, bool ma
     if (!written.has(s)) return;
     const T* values = field(f);
     print.add(values);
-    for_selected([&](int64_t i) { print.add(i), print.add(values[i]); });
+    if (task.indices)
+      for_selected([&](int64_t i) { print.add(i), print.add(values[i]); });
+    else
+      print.add(values, p);
   };
   for (int k = 1; k <= max_order; k++) {
     add(raw_fields[k].moment, raw_fields[k].moment_slot);

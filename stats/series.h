@@ -6,6 +6,7 @@
 // the accumulators are kept here as well. They count as long as the arrays are as the task has left them, which a
 // fingerprint tells; where the caller has put something else there, that is what counts.
 #pragma once
+#include <bit>
 #include <cstring>
 
 #include "stats/arena.h"
@@ -52,8 +53,12 @@ class fingerprint {
   template <class V> void add(V value) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &value, sizeof value);
-    value_ = (value_ ^ bits) * 0x9E3779B97F4A7C15;
-    value_ ^= value_ >> 29;
+    value_ = std::rotl((value_ ^ bits) * 0x9E3779B97F4A7C15, 29);
+  }
+  template <class T> void add(const T* values, std::int64_t n) {
+    fingerprint lanes[4];
+    for (std::int64_t i = 0; i < n; i++) lanes[i % 4].add(values[i]);
+    for (const fingerprint& f : lanes) add(f.value_);
   }
   std::uint64_t value() const { return value_; }
 };
