@@ -131,12 +131,10 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
       a.weight = s, a.weight2 += w * w;
     }
     kernels[a.order - 1][a.q != nullptr](a, block, f, block.count);
-    // From its side, since the way from the old mean may be so long that the new one would lose all digits.
+    // Not by a step from the old mean, which may be so far away that the new one would lose all digits.
     if (old_part >= 0)
-      for (std::int64_t i = 0; i < a.components; i++) {
-        const double x = static_cast<double>(*block.component(i)) - a.base[i];
-        a.mean[i] = x - (x - a.sums[1][i]) * old_part;
-      }
+      for (std::int64_t i = 0; i < a.components; i++)
+        a.mean[i] = (static_cast<double>(*block.component(i)) - a.base[i]) * f.r[0] + a.sums[1][i] * old_part;
     if (a.q) {
       T g[most];
       for (std::int64_t j = 0; j < block.count; j++) g[j] = static_cast<T>(f.g[j]);
