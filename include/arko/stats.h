@@ -29,11 +29,14 @@ extern "C" {
 
 /* ---- Statuses ---------------------------------------------------------------------------- */
 
-/* Most say that the field of their name is needed and null, or has a value that cannot be. */
+/*
+ * Most say that the field of their name is needed and null, or has a value that cannot be. Those marked planned, like
+ * the fields so marked below, belong to estimates that are to come: edits know them, no computation does yet.
+ */
 #define KOV_SS_OK 0
 #define KOV_SS_ERR_ATTRIBUTE (-3) /* code of an edit that does not exist or is of the other entry */
 #define KOV_SS_ERR_NO_MEMORY (-4000)
-#define KOV_SS_ERR_OBS_DIM (-4001)   /* null, zero or negative */
+#define KOV_SS_ERR_OBS_DIM (-4001)   /* null, zero or negative; of sorted values also above 2^31 - 1 */
 #define KOV_SS_ERR_OBS_COUNT (-4002) /* null, zero or negative */
 #define KOV_SS_ERR_STORAGE (-4003)   /* a layout of observations that does not exist */
 #define KOV_SS_ERR_INDICES (-4004)   /* also: stream quantiles of components left out of the first call */
@@ -57,11 +60,12 @@ extern "C" {
 #define KOV_SS_ERR_QUANT_COUNT (-4022) /* also: an order of a quantile outside 0 to 1 */
 #define KOV_SS_ERR_QUANTS (-4023)
 #define KOV_SS_ERR_ORDER_STATS (-4024)
-#define KOV_SS_ERR_ROBUST_COV (-4027)
-#define KOV_SS_ERR_ROBUST_MEAN (-4028)
-#define KOV_SS_ERR_METHOD (-4029) /* the method is not one for the estimates asked */
-#define KOV_SS_ERR_NULL_TASK (-4031)
+#define KOV_SS_ERR_ROBUST_COV (-4027)  /* planned: */
+#define KOV_SS_ERR_ROBUST_MEAN (-4028) /* planned: */
+#define KOV_SS_ERR_METHOD (-4029)      /* the method is not one for the estimates asked */
+#define KOV_SS_ERR_NULL_TASK (-4031)   /* also: no place for a new one */
 #define KOV_SS_ERR_OBS (-4032)
+/* planned: */
 #define KOV_SS_ERR_POOLED_COV (-4034)
 #define KOV_SS_ERR_POOLED_MEAN (-4035)
 #define KOV_SS_ERR_GROUP_COV (-4036)
@@ -72,7 +76,9 @@ extern "C" {
 #define KOV_SS_ERR_OUTLIER_WEIGHTS (-4041)
 #define KOV_SS_ERR_ROBUST_PARAMS (-4042)
 #define KOV_SS_ERR_ROBUST_PARAM_COUNT (-4043)
+/* served: */
 #define KOV_SS_ERR_NULL_INTEGER (-4044) /* a storage form is null */
+/* planned: */
 #define KOV_SS_ERR_PARTIAL_INDICES (-4045)
 #define KOV_SS_ERR_PARTIAL_COV (-4046)
 #define KOV_SS_ERR_PARTIAL_COR (-4047)
@@ -86,15 +92,16 @@ extern "C" {
 #define KOV_SS_ERR_MV_EST (-4057)
 #define KOV_SS_ERR_MV_PRIOR_COUNT (-4061)
 #define KOV_SS_ERR_MV_PRIOR (-4062)
+/* served: */
 #define KOV_SS_ERR_NO_SQ_PARAM_COUNT (-4064) /* null when stream quantiles are computed */
 #define KOV_SS_ERR_SQ_PARAMS (-4065)
 #define KOV_SS_ERR_SQ_PARAM_COUNT (-4066) /* null in an edit, or not 1 */
-#define KOV_SS_ERR_SQ_EPS (-4067)         /* the rank error asked is not above 0 and at most 1 */
+#define KOV_SS_ERR_SQ_EPS (-4067) /* the rank error asked is not above 0 and at most 1, or has changed */
 #define KOV_SS_ERR_SQ_ORDERS (-4068)
 #define KOV_SS_ERR_SQ_COUNT (-4069) /* also: an order outside 0 to 1 */
 #define KOV_SS_ERR_SQ_QUANTS (-4070)
-#define KOV_SS_ERR_PARAM_MATRIX (-4071)
-#define KOV_SS_ERR_SUM1 (-4074) /* null when it is computed; an edit says KOV_SS_ERR_MEAN */
+#define KOV_SS_ERR_PARAM_MATRIX (-4071) /* planned: */
+#define KOV_SS_ERR_SUM1 (-4074)         /* null when it is computed; an edit says KOV_SS_ERR_MEAN */
 #define KOV_SS_ERR_SUM2 (-4075)
 #define KOV_SS_ERR_SUM3 (-4076)
 #define KOV_SS_ERR_SUM4 (-4077)
@@ -137,20 +144,21 @@ extern "C" {
 #define KOV_SS_CENTRAL2 11 /* p central moments of order 2 (variances), and so on */
 #define KOV_SS_CENTRAL3 12
 #define KOV_SS_CENTRAL4 13
-#define KOV_SS_KURTOSIS 14            /* p values */
-#define KOV_SS_SKEWNESS 15            /* p values */
-#define KOV_SS_MIN 16                 /* p values, also input */
-#define KOV_SS_MAX 17                 /* p values, also input */
-#define KOV_SS_VARIATION 18           /* p values: standard deviation / mean */
-#define KOV_SS_COV 19                 /* covariance matrix */
-#define KOV_SS_COV_STORAGE 20         /* (int) */
-#define KOV_SS_COR 21                 /* correlation matrix, with the variances on its diagonal */
-#define KOV_SS_COR_STORAGE 22         /* (int) */
-#define KOV_SS_ACCUM_WEIGHT 23        /* pair: sums of weights and of their squares so far; null: none */
-#define KOV_SS_QUANT_COUNT 24         /* (int) number of quantile orders */
-#define KOV_SS_QUANT_ORDERS 25        /* the orders, 0 to 1 */
-#define KOV_SS_QUANTS 26              /* the quantiles */
-#define KOV_SS_ORDER_STATS 27         /* sorted observations */
+#define KOV_SS_KURTOSIS 14     /* p values */
+#define KOV_SS_SKEWNESS 15     /* p values */
+#define KOV_SS_MIN 16          /* p values, also input */
+#define KOV_SS_MAX 17          /* p values, also input */
+#define KOV_SS_VARIATION 18    /* p values: standard deviation / mean */
+#define KOV_SS_COV 19          /* covariance matrix */
+#define KOV_SS_COV_STORAGE 20  /* (int) */
+#define KOV_SS_COR 21          /* correlation matrix, with the variances on its diagonal */
+#define KOV_SS_COR_STORAGE 22  /* (int) */
+#define KOV_SS_ACCUM_WEIGHT 23 /* pair: sums of weights and of their squares so far; null: none */
+#define KOV_SS_QUANT_COUNT 24  /* (int) number of quantile orders */
+#define KOV_SS_QUANT_ORDERS 25 /* the orders, 0 to 1 */
+#define KOV_SS_QUANTS 26       /* the quantiles */
+#define KOV_SS_ORDER_STATS 27  /* sorted observations */
+/* planned: */
 #define KOV_SS_GROUP_INDICES 28       /* (int) group of each observation */
 #define KOV_SS_POOLED_COV_STORAGE 29  /* (int) */
 #define KOV_SS_POOLED_MEAN 30         /* pooled mean */
@@ -167,7 +175,9 @@ extern "C" {
 #define KOV_SS_OUTLIER_PARAM_COUNT 41 /* (int) outlier detection: number of parameters */
 #define KOV_SS_OUTLIER_PARAMS 42      /* the parameters */
 #define KOV_SS_OUTLIER_WEIGHTS 43     /* results */
+/* served: */
 #define KOV_SS_ORDER_STATS_STORAGE 44 /* (int) layout of the order statistics */
+/* planned: */
 #define KOV_SS_PARTIAL_INDICES 45     /* (int) role of each component in partial matrices */
 #define KOV_SS_PARTIAL_COV 46         /* partial covariance matrix */
 #define KOV_SS_PARTIAL_COV_STORAGE 47 /* (int) */
@@ -185,12 +195,13 @@ extern "C" {
 #define KOV_SS_MV_PRIOR 59            /* the parameters of the prior */
 #define KOV_SS_PARAM_MATRIX 60        /* parametrized correlation matrix */
 #define KOV_SS_PARAM_STORAGE 61       /* (int) */
-#define KOV_SS_SQ_PARAM_COUNT 62      /* (int) stream quantiles: number of parameters, 1 */
-#define KOV_SS_SQ_PARAMS 63           /* the parameter: rank error relative to the stream's length */
-#define KOV_SS_SQ_COUNT 64            /* (int) number of orders */
-#define KOV_SS_SQ_ORDERS 65           /* the orders, 0 to 1 */
-#define KOV_SS_SQ_QUANTS 66           /* the quantiles */
-#define KOV_SS_SUM1 67                /* p raw sums of order 1, and so on */
+/* served: */
+#define KOV_SS_SQ_PARAM_COUNT 62 /* (int) stream quantiles: number of parameters, 1 */
+#define KOV_SS_SQ_PARAMS 63      /* the parameter: rank error relative to the stream's length */
+#define KOV_SS_SQ_COUNT 64       /* (int) number of orders */
+#define KOV_SS_SQ_ORDERS 65      /* the orders, 0 to 1 */
+#define KOV_SS_SQ_QUANTS 66      /* the quantiles */
+#define KOV_SS_SUM1 67           /* p raw sums of order 1, and so on */
 #define KOV_SS_SUM2 68
 #define KOV_SS_SUM3 69
 #define KOV_SS_SUM4 70
@@ -206,7 +217,7 @@ extern "C" {
 
 /* ---- Estimates and methods --------------------------------------------------------------- */
 
-/* Masks of what is to be computed, of 64 bits. */
+/* Masks of what is to be computed, of 64 bits. An entry looks at the bits of its own estimates alone. */
 #define KOV_SS_EST_MEAN UINT64_C(0x1)
 #define KOV_SS_EST_RAW2 UINT64_C(0x2)
 #define KOV_SS_EST_RAW3 UINT64_C(0x4)
@@ -266,7 +277,10 @@ int32_t __kovdSSEditTask(void* task, int64_t attribute, const double* value);
 int32_t __kovsSSEditTask(void* task, int64_t attribute, const float* value);
 int32_t __koviSSEditTask(void* task, int64_t attribute, const void* value);
 
-/* Store the fields of the arguments' names as far as they are not null. */
+/*
+ * Store the fields of the arguments' names as far as they are not null. Partial and pooled matrices, missing values,
+ * robust estimates, outliers and parametrized correlations are planned.
+ */
 #define ARKO_SS_EDITS(p, real)                                                                               \
   int32_t __kov##p##SSEditMoments(void* task, real* mean, real* raw2, real* raw3, real* raw4,                \
                                   real* central2, real* central3, real* central4);                           \
@@ -324,6 +338,13 @@ int32_t __kovSSDeleteTask(void** task);
  *   cross products, covariance  sum of w (x - m) (x - m)', the same / (W - W2 / W)
  *   correlation                 between -1 and 1 off the diagonal, variances on it
  *
+ * So variances and covariances are unbiased for weights that tell how reliable an observation is; weights of 2 are not
+ * two observations each. Kurtosis, skewness and variation are of that variance, c2, not of the sum over W. The sum of
+ * the weights so far is to be above 0: where it is negative covariances are 0 and no series goes on, and where it passes
+ * through 0 results are not defined. Observations of weight 0 do not count (but make NaN of what they are not finite in);
+ * of nothing but those means and sums are 0 and variances NaN. A NaN makes all results of its component NaN, and no
+ * others.
+ *
  * The method is one of
  *
  *   KOV_SS_FAST        blocks that stay in the cache
@@ -338,13 +359,17 @@ int32_t __kovSSDeleteTask(void** task);
  * `cp` for matrices, and for ratios the mean and the central moments.
  *
  * With `accum_weight` set and its first number above 0 the call goes on from the results of the blocks before; a
- * caller starts a series by setting it to 0. Given mean keeps a copy of the mean in the task for that.
+ * caller starts a series by setting it to 0. It keeps to one selection, and either to a given mean or to the two other
+ * methods. Estimates may come and go, as long as the first block that weighs something asks for one of the highest
+ * order and, if matrices are to come, every block asks for one. What the caller writes to the arrays, their moving to
+ * other addresses and another task at the same arrays are followed, as far as the arrays tell the state: central sums of
+ * order 3 and 4 then need those of lower orders.
  *
  * Only components selected by `indices` are written. A matrix in full form without a selection is also the work
  * space. Checks, in this order: KOV_SS_ERR_NULL_TASK, _OBS_DIM, _METHOD, then the missing array that comes first in
  * mean, raw, central, cov, cor, kurtosis, skewness, variation, sums, central sums, cp; KOV_SS_ERR_OBS_COUNT, _OBS,
- * _NULL_INTEGER, _STORAGE; the storage of a matrix KOV_SS_ERR_NULL_INTEGER; KOV_SS_ERR_ACCUM_WEIGHT. They and
- * KOV_SS_ERR_NO_MEMORY come before anything is written. `threads` may be null.
+ * _NULL_INTEGER, _STORAGE, or from sums KOV_SS_ERR_ACCUM_WEIGHT; the storage of a matrix KOV_SS_ERR_NULL_INTEGER. They
+ * and KOV_SS_ERR_NO_MEMORY come before anything is written, but to the work space. `threads` may be null.
  *
  * Source of the updates: P. Pebay, Formulas for robust, one-pass parallel computation of covariances and
  * arbitrary-order statistical moments, Sandia report SAND2008-6212 (2008), with weights.
@@ -353,8 +378,8 @@ ARKO_SS_COMPUTE(SSBasic);
 
 /*
  * KOV_SS_EST_MIN and KOV_SS_EST_MAX: what the arrays hold, and the observations of the block, whichever is least or
- * greatest. The caller seeds the arrays. NaN observations change nothing. Method KOV_SS_FAST or KOV_SS_ONE_PASS,
- * which do the same; `threads` is not used. Checks, in this order: KOV_SS_ERR_NULL_TASK, _OBS_DIM, _NULL_INTEGER,
+ * greatest. The caller seeds the arrays: with infinities, or with an observation. NaN observations change nothing, and a
+ * NaN seed stays. Method KOV_SS_FAST or KOV_SS_ONE_PASS, which do the same; `threads` is not used. Checks, in this order: KOV_SS_ERR_NULL_TASK, _OBS_DIM, _NULL_INTEGER,
  * _STORAGE (one of the two layouts exactly), _MIN, _MAX, _METHOD, _OBS_COUNT, _OBS, _NO_MEMORY.
  */
 ARKO_SS_COMPUTE(SSMinmax);
@@ -369,7 +394,7 @@ ARKO_SS_COMPUTE(SSMinmax);
  *
  * Needed by all: `obs_dim`, `obs_count`, `obs`, `obs_storage`, with KOV_SS_ERR_OBS_DIM, _OBS_COUNT, _OBS and
  * _NULL_INTEGER for those that are missing, and KOV_SS_ERR_STORAGE for a layout that does not exist. Work memory
- * that cannot be had answers KOV_SS_ERR_NO_MEMORY.
+ * that cannot be had answers KOV_SS_ERR_NO_MEMORY. A null task is KOV_SS_ERR_NULL_TASK.
  */
 
 /*
@@ -398,16 +423,18 @@ ARKO_SS_COMPUTE(SSMAD);
 /*
  * The weighted quantile of one order, `quant_orders`[0], of every component, to `quants`: in the sorted values, where the
  * sum of the weights reaches the order's part of their whole sum. There two values are averaged, for even n, or the
- * value is interpolated from the one before. `indices` plays no part, `weights` must be there, nothing is checked.
+ * value is interpolated from the one before. `indices` plays no part, `weights` must be there, nothing but a null task
+ * is checked.
  */
 ARKO_SS_COMPUTE(SSWMedian);
 
 /*
- * Quantiles of a stream that comes block by block, of any length. With KOV_SS_SQ_TAKE the block is taken into a
- * summary that the task keeps, with KOV_SS_SQ_RESULT it is taken in and the quantiles of all so far go to `sq_quants`, a
- * row of `sq_count` for each component. `sq_params` has one number, eps, above 0 and at most 1 and the same in all
- * calls: of N numbers so far, the rank of what is given for order q differs from q N by at most eps N, or one. The summary
- * takes of the order of log(eps N)^2 / eps numbers for each component. A block may be empty (`obs_count` 0).
+ * Approximate quantiles of a stream that comes block by block, of any length. With KOV_SS_SQ_TAKE the block is taken
+ * into a summary that the task keeps, with KOV_SS_SQ_RESULT it is taken in and the quantiles of all so far go to
+ * `sq_quants`, a row of `sq_count` for each component. `sq_params` has one number, eps, above 0 and at most 1 and the
+ * same in all calls, else KOV_SS_ERR_SQ_EPS: of N numbers so far, the rank of what is given for order q differs from q N
+ * by at most eps N, or one. The summary takes of the order of log(eps N)^2 / eps numbers for each component. A block may
+ * be empty (`obs_count` 0).
  *
  * The first call decides by `indices` which components are summarised. A later one that selects others answers
  * KOV_SS_ERR_INDICES, and KOV_SS_ERR_OBS_DIM where the dimension is another. Where memory cannot be had, values of the

@@ -270,13 +270,13 @@ TEST(basic, refuses) {
   }
   EXPECT_EQ(_kovdSSBasic(nullptr, 1, 1, nullptr), -4031);
   // From sums, with neither sums of weights nor a storage form: the weights first.
-  const double one = 1;
+  const double pair[2] = {1, 1};
   void* task;
   ASSERT_EQ(__kovdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
   __kovdSSEditCovCor(task, mean, cov, nullptr, nullptr, nullptr),
       __kovdSSEditCP(task, mean, mean, cov, nullptr);
   EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_COV, KOV_SS_FROM_SUMS, nullptr), -4020);
-  __kovdSSEditTask(task, KOV_SS_ACCUM_WEIGHT, &one);
+  __kovdSSEditTask(task, KOV_SS_ACCUM_WEIGHT, pair);
   EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_COV, KOV_SS_FROM_SUMS, nullptr), -4044);
   __kovSSDeleteTask(&task);
 }

@@ -221,7 +221,8 @@ TYPED_TEST(series, go_on_in_another_task) {
   for (const auto& c : cases)
     for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS})
       for (const bool moved : {false, true}) {
-        if (method == KOV_SS_FAST && c.first[5] == 'c' && c.first[6] == 's') continue;  // needs raw moments
+        if (method == KOV_SS_FAST && std::string(c.first).starts_with("mean cs"))
+          continue;  // needs raw moments
         const setup how{.method = method};
         computation<T> first(1, how), second(1, how);
         const auto run = [&](computation<T>& made, const char* names, int from, int to) {
