@@ -60,8 +60,8 @@ extern "C" {
 #define KOV_SS_ERR_QUANT_COUNT (-4022) /* also: an order of a quantile outside 0 to 1 */
 #define KOV_SS_ERR_QUANTS (-4023)
 #define KOV_SS_ERR_ORDER_STATS (-4024)
-#define KOV_SS_ERR_ROBUST_COV (-4027)  /* planned: */
-#define KOV_SS_ERR_ROBUST_MEAN (-4028) /* planned: */
+#define KOV_SS_ERR_ROBUST_COV (-4027)  /* planned */
+#define KOV_SS_ERR_ROBUST_MEAN (-4028) /* planned */
 #define KOV_SS_ERR_METHOD (-4029)      /* the method is not one for the estimates asked */
 #define KOV_SS_ERR_NULL_TASK (-4031)   /* also: no place for a new one */
 #define KOV_SS_ERR_OBS (-4032)
@@ -100,7 +100,7 @@ extern "C" {
 #define KOV_SS_ERR_SQ_ORDERS (-4068)
 #define KOV_SS_ERR_SQ_COUNT (-4069) /* also: an order outside 0 to 1 */
 #define KOV_SS_ERR_SQ_QUANTS (-4070)
-#define KOV_SS_ERR_PARAM_MATRIX (-4071) /* planned: */
+#define KOV_SS_ERR_PARAM_MATRIX (-4071) /* planned */
 #define KOV_SS_ERR_SUM1 (-4074)         /* null when it is computed; an edit says KOV_SS_ERR_MEAN */
 #define KOV_SS_ERR_SUM2 (-4075)
 #define KOV_SS_ERR_SUM3 (-4076)
@@ -379,8 +379,9 @@ ARKO_SS_COMPUTE(SSBasic);
 /*
  * KOV_SS_EST_MIN and KOV_SS_EST_MAX: what the arrays hold, and the observations of the block, whichever is least or
  * greatest. The caller seeds the arrays: with infinities, or with an observation. NaN observations change nothing, and a
- * NaN seed stays. Method KOV_SS_FAST or KOV_SS_ONE_PASS, which do the same; `threads` is not used. Checks, in this order: KOV_SS_ERR_NULL_TASK, _OBS_DIM, _NULL_INTEGER,
- * _STORAGE (one of the two layouts exactly), _MIN, _MAX, _METHOD, _OBS_COUNT, _OBS, _NO_MEMORY.
+ * NaN seed stays. Method KOV_SS_FAST or KOV_SS_ONE_PASS, which do the same; `threads` is not used. Checks, in this order:
+ * KOV_SS_ERR_NULL_TASK, _OBS_DIM, _NULL_INTEGER, _STORAGE (one of the two layouts exactly), _MIN, _MAX, _METHOD,
+ * _OBS_COUNT, _OBS, _NO_MEMORY.
  */
 ARKO_SS_COMPUTE(SSMinmax);
 
