@@ -70,7 +70,6 @@ sample first_of(const sample& s, int n) {
   return part;
 }
 
-// Whether a number is far enough from what cannot be divided by.
 template <class T>
 std::string differs(const std::string& name, int at, T value, const reference& r, double eps) {
   const real expected = r.values.at(name)[at], scale = r.scales.at(name)[at];
@@ -103,17 +102,21 @@ std::string check(computation<T>& made, const std::vector<const estimate*>& aske
       return r.values.at(e->name == "cor" ? "cp" : "csum2")[e->name == "cor" ? i * made.p + i : i] >
              1e-3L * r.scales.at("sum2")[i];
     };
+    // With what deviations lose beside a larger mean, and a mean beside larger deviations.
+    const auto tolerance = [&](int i) {
+      const real m = std::fabs(r.values.at("mean")[i]), d = std::sqrt(r.values.at("csum2")[i] / r.weight);
+      if ((e->name[0] != 'c' && !is_ratio(*e)) || d == 0) return eps;
+      return eps * double(1 + m / d / 10 + (e->name == "variation" ? d / m : 0));
+    };
     for (int i = 0; i < made.p; i++) {
       if (!chosen(i) || (needs_variance && !varies(i))) continue;
-      if (!is_matrix(*e)) {
-        if (std::string s = differs(e->name, i, made.array(e->name)[i], r, eps); !s.empty()) return s;
-        continue;
+      for (int k = 0; k < (is_matrix(*e) ? made.p : 1); k++) {
+        if (is_matrix(*e) && (!chosen(k) || (needs_variance && !varies(k)))) continue;
+        const std::string s = is_matrix(*e) ? differs(e->name, i * made.p + k, made.matrix(e->name, i, k), r,
+                                                      std::max(tolerance(i), tolerance(k)))
+                                            : differs(e->name, i, made.array(e->name)[i], r, tolerance(i));
+        if (!s.empty()) return s;
       }
-      for (int k = 0; k < made.p; k++)
-        if (chosen(k) && (!needs_variance || varies(k)))
-          if (std::string s = differs(e->name, i * made.p + k, made.matrix(e->name, i, k), r, eps);
-              !s.empty())
-            return s;
     }
   }
   return {};
