@@ -112,29 +112,38 @@ template <class T> void walk_one_pass(accumulators<T>& a, const observations<T>&
   observations<T> block;
   for (; first < data.count; first += block.count) {
     block = data.range(first, std::min(size, data.count - first));
-    double old_part = -1;  // of the mean, after one observation that weighs more than all before it
-    for (std::int64_t j = 0; j < block.count; j++) {
-      const double w = block.w ? static_cast<double>(block.w[j]) : 1;
-      if (w > a.weight) {  // a block of its own
-        block.count = std::max<std::int64_t>(j, 1);
-        if (j > 0) break;
-        for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = finite(*block.component(i));
-        if (w > a.base_weight) change_base(a, a.origin, w);
-        std::copy_n(a.mean, a.components, a.sums[1]);
-      }
-      const double s = a.weight + w, inverse = 1 / s, r = w * inverse, q = a.weight * inverse;
-      if (w > a.weight) old_part = q;
+    const auto weight_of = [&](std::int64_t j) { return block.w ? static_cast<double>(block.w[j]) : 1; };
+    // An observation that weighs more than all before it makes a block of its own.
+    const bool alone = weight_of(0) > a.weight;
+    if (alone) {
+      block.count = 1;
+      for (std::int64_t i = 0; i < a.components; i++) a.origin[i] = finite(*block.component(i));
+      if (weight_of(0) > a.base_weight) change_base(a, a.origin, weight_of(0));
+      std::copy_n(a.mean, a.components, a.sums[1]);
+    }
+    double q = 0;
+    const auto make = [&](std::int64_t j, double w) {
+      const double s = a.weight + w, inverse = 1 / s, r = w * inverse;
+      q = a.weight * inverse;
       f.r[j] = r, f.g[j] = a.weight * r;
       f.c3[j] = q - r, f.c4[j] = q * q - q * r + r * r;
       // Products of scaled deviations; with weights, which may be negative, W r stays apart.
       f.root[j] = a.q && !block.w ? std::sqrt(f.g[j]) : 1;
       a.weight = s, a.weight2 += w * w;
-    }
+    };
+    if (!block.w)
+      for (std::int64_t j = 0; j < block.count; j++) make(j, 1);
+    else
+      for (std::int64_t j = 0; j < block.count; j++)
+        if (j > 0 && weight_of(j) > a.weight)
+          block.count = j;
+        else
+          make(j, weight_of(j));
     kernels[a.order - 1][a.q != nullptr](a, block, f, block.count);
     // Not by a step from the old mean, which may be so far away that the new one would lose all digits.
-    if (old_part >= 0)
+    if (alone)
       for (std::int64_t i = 0; i < a.components; i++)
-        a.mean[i] = (static_cast<double>(*block.component(i)) - a.base[i]) * f.r[0] + a.sums[1][i] * old_part;
+        a.mean[i] = (static_cast<double>(*block.component(i)) - a.base[i]) * f.r[0] + a.sums[1][i] * q;
     if (a.q) {
       T g[most];
       for (std::int64_t j = 0; j < block.count; j++) g[j] = static_cast<T>(f.g[j]);
