@@ -56,8 +56,11 @@ class fingerprint {
     value_ = std::rotl((value_ ^ bits) * 0x9E3779B97F4A7C15, 29);
   }
   template <class T> void add(const T* values, std::int64_t n) {
-    fingerprint lanes[4];
-    for (std::int64_t i = 0; i < n; i++) lanes[i % 4].add(values[i]);
+    fingerprint lanes[4];  // side by side, as each waits for itself
+    std::int64_t i = 0;
+    for (; i + 4 <= n; i += 4)
+      for (int l = 0; l < 4; l++) lanes[l].add(values[i + l]);
+    for (; i < n; i++) lanes[0].add(values[i]);
     for (const fingerprint& f : lanes) add(f.value_);
   }
   std::uint64_t value() const { return value_; }
