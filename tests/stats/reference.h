@@ -2,10 +2,13 @@
 #pragma once
 #include <arko/stats.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -113,23 +116,53 @@ struct reference {
   }
 };
 
-inline std::uint64_t mask_of(const std::string& name) {
-  static const std::map<std::string, std::uint64_t> masks = {
-      {"mean", 0x1},         {"raw2", 0x2},         {"raw3", 0x4},         {"raw4", 0x8},
-      {"central2", 0x10},    {"central3", 0x20},    {"central4", 0x40},    {"kurtosis", 0x80},
-      {"skewness", 0x100},   {"variation", 0x200},  {"cov", 0x1000},       {"cor", 0x2000},
-      {"sum1", 0x2000000},   {"sum2", 0x4000000},   {"sum3", 0x8000000},   {"sum4", 0x10000000},
-      {"csum2", 0x20000000}, {"csum3", 0x40000000}, {"csum4", 0x80000000}, {"cp", 0x100000000}};
-  return masks.at(name);
+// An estimate, with the status of its missing field, in the order in which these are looked for. What it needs beside its
+// own array: fast; one pass and given mean; from sums, where "-" is what cannot be had. The orders of the sums that a
+// walk has to find: central ones, or where the mean is given those about it and raw ones.
+struct estimate {
+  std::string name;
+  std::uint64_t mask;
+  int64_t code;
+  int32_t missing;
+  std::string fast, pass, sums;
+  int order, raw_order;
+};
+inline const std::vector<estimate>& estimates() {
+  static const std::string to2 = "mean raw2", to3 = to2 + " raw3", to4 = to3 + " raw4";
+  static const std::vector<estimate> all = {
+      {"mean", 0x1, 7, -4006, "", "", "sum1", 1, 0},
+      {"raw2", 0x2, 8, -4007, "", "", "sum2", 2, 2},
+      {"raw3", 0x4, 9, -4008, "", "", "sum3", 3, 3},
+      {"raw4", 0x8, 10, -4009, "", "", "sum4", 4, 4},
+      {"central2", 0x10, 11, -4010, to2, to2, "csum2", 2, 2},
+      {"central3", 0x20, 12, -4011, to3, to3, "csum3", 3, 3},
+      {"central4", 0x40, 13, -4012, to4, to4, "csum4", 4, 4},
+      {"cov", 0x1000, 19, -4018, "mean", "mean", "cp", 1, 0},
+      {"cor", 0x2000, 21, -4019, "mean", "mean", "cp", 1, 0},
+      {"kurtosis", 0x80, 14, -4013, to4 + " central2 central4", to4 + " central2 central4",
+       "mean central2 central4", 4, 4},
+      {"skewness", 0x100, 15, -4014, to3 + " central2 central3", to3 + " central2 central3",
+       "mean central2 central3", 3, 3},
+      {"variation", 0x200, 18, -4017, to2 + " central2", to2 + " central2", "mean central2", 2, 2},
+      {"sum1", 0x2000000, 67, -4074, "", "", "-", 1, 1},
+      {"sum2", 0x4000000, 68, -4075, "", "", "-", 2, 2},
+      {"sum3", 0x8000000, 69, -4076, "", "", "-", 3, 3},
+      {"sum4", 0x10000000, 70, -4077, "", "", "-", 4, 4},
+      {"csum2", 0x20000000, 71, -4078, to2, "mean", "-", 2, 0},
+      {"csum3", 0x40000000, 72, -4079, to3, "mean", "-", 3, 0},
+      {"csum4", 0x80000000, 73, -4080, to4, "mean", "-", 4, 0},
+      {"cp", 0x100000000, 74, -4081, "mean", "mean", "-", 1, 0},
+  };
+  return all;
 }
-
-inline int64_t code_of(const std::string& name) {
-  static const std::map<std::string, int64_t> codes = {
-      {"mean", 7},      {"raw2", 8},      {"raw3", 9},      {"raw4", 10}, {"central2", 11}, {"central3", 12},
-      {"central4", 13}, {"kurtosis", 14}, {"skewness", 15}, {"min", 16},  {"max", 17},      {"variation", 18},
-      {"cov", 19},      {"cor", 21},      {"sum1", 67},     {"sum2", 68}, {"sum3", 69},     {"sum4", 70},
-      {"csum2", 71},    {"csum3", 72},    {"csum4", 73},    {"cp", 74}};
-  return codes.at(name);
+inline const estimate& estimate_of(const std::string& name) {
+  return *std::find_if(estimates().begin(), estimates().end(),
+                       [&](const estimate& e) { return e.name == name; });
+}
+inline std::uint64_t mask_of(const std::string& name) { return estimate_of(name).mask; }
+inline std::vector<std::string> words_of(const std::string& text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
 }
 
 template <class T> struct statistics;
@@ -184,7 +217,7 @@ template <class T> struct computation {
     if (a.empty()) {
       const bool matrix = name[0] == 'c' && name.size() < 4;
       a.assign(matrix ? std::size_t(p) * p : p, T(untouched));
-      statistics<T>::edit(task, code_of(name), a.data());
+      statistics<T>::edit(task, estimate_of(name).code, a.data());
     }
     return a;
   }

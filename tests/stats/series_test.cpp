@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <optional>
 #include <sstream>
 
 #include "core/testing.h"
@@ -17,46 +16,6 @@ using namespace arko::test;
 
 constexpr double never_computed = 777;  // what arrays hold at first
 
-// An estimate with the arrays that it needs: fast, and in the other methods where these need less. The orders of central
-// and of raw sums that a walk has to find for it, the latter where the mean is given.
-struct estimate {
-  std::string name;
-  std::vector<std::string> fast, pass;
-  int order, raw_order;
-};
-const std::vector<estimate>& estimates() {
-  static const std::vector<estimate> all = {
-      {"mean", {}, {}, 1, 0},
-      {"raw2", {}, {}, 2, 2},
-      {"raw3", {}, {}, 3, 3},
-      {"raw4", {}, {}, 4, 4},
-      {"central2", {"mean", "raw2"}, {"mean", "raw2"}, 2, 2},
-      {"central3", {"mean", "raw2", "raw3"}, {"mean", "raw2", "raw3"}, 3, 3},
-      {"central4", {"mean", "raw2", "raw3", "raw4"}, {"mean", "raw2", "raw3", "raw4"}, 4, 4},
-      {"kurtosis",
-       {"mean", "raw2", "raw3", "raw4", "central2", "central4"},
-       {"mean", "raw2", "raw3", "raw4", "central2", "central4"},
-       4,
-       4},
-      {"skewness",
-       {"mean", "raw2", "raw3", "central2", "central3"},
-       {"mean", "raw2", "raw3", "central2", "central3"},
-       3,
-       3},
-      {"variation", {"mean", "raw2", "central2"}, {"mean", "raw2", "central2"}, 2, 2},
-      {"sum1", {}, {}, 1, 1},
-      {"sum2", {}, {}, 2, 2},
-      {"sum3", {}, {}, 3, 3},
-      {"sum4", {}, {}, 4, 4},
-      {"csum2", {"mean", "raw2"}, {"mean"}, 2, 0},
-      {"csum3", {"mean", "raw2", "raw3"}, {"mean"}, 3, 0},
-      {"csum4", {"mean", "raw2", "raw3", "raw4"}, {"mean"}, 4, 0},
-      {"cov", {"mean"}, {"mean"}, 1, 0},
-      {"cor", {"mean"}, {"mean"}, 1, 0},
-      {"cp", {"mean"}, {"mean"}, 1, 0},
-  };
-  return all;
-}
 bool is_matrix(const estimate& e) { return e.name == "cov" || e.name == "cor" || e.name == "cp"; }
 bool is_ratio(const estimate& e) {
   return e.name == "kurtosis" || e.name == "skewness" || e.name == "variation";
@@ -179,8 +138,8 @@ TYPED_TEST(series, give_what_one_computation_gives) {
         if ((is_matrix(e) && !has_matrix) || e.order > largest) continue;
         if (!begins && (e.order > std::max(order, 1) || (mean_given && e.raw_order > raw_order))) continue;
         if (mean_given && e.name == "mean") continue;
-        asked.push_back(&e), matrix |= is_matrix(e), mask |= mask_of(e.name);
-        for (const std::string& other : how.method == KOV_SS_FAST ? e.fast : e.pass)
+        asked.push_back(&e), matrix |= is_matrix(e), mask |= e.mask;
+        for (const std::string& other : words_of(how.method == KOV_SS_FAST ? e.fast : e.pass))
           if (!made.arrays.contains(other))
             made.array(other).assign(made.array(other).size(), T(never_computed));
         if (!made.arrays.contains(e.name))
@@ -229,9 +188,8 @@ TYPED_TEST(series, go_on_in_another_task) {
         const setup how{.method = method};
         computation<T> first(1, how), second(1, how);
         const auto run = [&](computation<T>& made, const char* names, int from, int to) {
-          std::istringstream words(names);
           std::uint64_t mask = 0;
-          for (std::string name; words >> name;) mask |= mask_of(name), made.array(name);
+          for (const std::string& name : words_of(names)) mask |= mask_of(name), made.array(name);
           ASSERT_EQ(made.run(s, from, to, mask, how), 0) << names;
         };
         for (const estimate& e : estimates())
@@ -241,7 +199,7 @@ TYPED_TEST(series, go_on_in_another_task) {
         for (auto& [name, values] : first.arrays) second.arrays.at(name)[0] = values[0];
         if (moved) {  // in the first task: its own memory is of other arrays now
           for (auto& [name, values] : second.arrays)
-            statistics<T>::edit(first.task, code_of(name), values.data());
+            statistics<T>::edit(first.task, estimate_of(name).code, values.data());
           statistics<T>::edit(first.task, KOV_SS_ACCUM_WEIGHT, second.pair);
         }
         run(moved ? first : second, c.later, c.until, s.n);
