@@ -1,6 +1,7 @@
 // Covariance, correlation and cross products: one matrix of sums of products behind all three.
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "frame/kernel_guard.h"
 #include "stats/computation.h"
@@ -64,6 +65,10 @@ template <class T> void computation<T>::restore_matrix(accumulators<T>& a) const
   while (!(known ? before->written : want.asked).has(from->is)) from++;
   const symmetric<T> old = of(*this, *from);
   const double scale = old_weight - old_weight2 / old_weight;
+  if (from->is != cp && !given_mean() && scale < 4 * std::numeric_limits<T>::epsilon() * old_weight) {
+    std::fill_n(a.q, p * p, T());  // one observation, which is its own mean
+    return;
+  }
   if (from->is == cor) {    // variances on the diagonal
     double* sums = a.mean;  // not yet in use
     for_selected([&](int64_t i) { sums[i] = old.get(i, i) * scale; });

@@ -179,6 +179,8 @@ TYPED_TEST(series, go_on_in_another_task) {
                {"mean raw4 csum4", "mean raw4 csum4", "raw4", 2},
                {"sum3", "sum3", "sum3", 2},
                {"mean cov", "mean cov", "cov", 2},
+               {"mean cov cor", "mean cov", "cov", 1},
+               {"mean cor", "mean cor", "cor", 1},
                {"mean cor cp", "mean cor cp", "cp", 1}};
   for (const auto& c : cases)
     for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS})
