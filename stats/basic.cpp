@@ -126,8 +126,10 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   if (!given_mean()) {
     // Near what weighs; the walks change it where something weighs more than what they have been shown here.
     constexpr int64_t some = 4096;
-    a.base_weight = find_base(data.range(0, std::min(data.count, some)), a.base, a.mean);
-    std::fill_n(a.mean, p, 0);
+    if (data.w || old_weight < 1) {  // else the old mean outweighs every observation
+      a.base_weight = find_base(data.range(0, std::min(data.count, some)), a.base, a.mean);
+      std::fill_n(a.mean, p, 0);
+    }
     if (old_weight >= a.base_weight && old_weight > 0) {
       a.base_weight = old_weight;
       for (int64_t i = 0; i < p; i++) a.base[i] = finite(static_cast<T>(old_mean(i)));
