@@ -7,9 +7,11 @@
 #pragma once
 #include <emmintrin.h>
 
-#include "fit/search.h"
+#include <cstdint>
 
 namespace [[gnu::visibility("hidden")]] fit {
+
+using std::int32_t;
 
 // How many of four ascending breakpoints are not greater than s.
 inline int not_greater(const double* x, double s) {
@@ -22,7 +24,7 @@ inline int not_greater(const float* x, float s) {
   return __builtin_ctz(~_mm_movemask_ps(_mm_cmple_ps(_mm_loadu_ps(x), _mm_set1_ps(s))));
 }
 
-inline constexpr int ascending_sites = 64;
+inline constexpr int32_t ascending_sites = 64;
 
 // The cells of ascending_sites sites, if they all lie below x[start + reach]; else nothing is done. Cells lie between
 // start - 1 and start + reach, whatever the sites are: none counts as greater than the last.
@@ -54,28 +56,6 @@ bool ascending_cells(const T* x, int32_t nx, const T* site, int32_t& start, int3
     }
   start = cell[ascending_sites - 1];
   return true;
-}
-
-// find_cells for one block after the other of the same sites.
-template <class T>
-status find_next_cells(const searcher<T>& how, int32_t n, const T* site, int32_t& start, int32_t* cell) {
-  if (how.method != method::sorted) return find_cells(how, n, site, start, cell);
-  if (start == 0)  // the first block of a task: its sites may be anywhere
-    for (int32_t end = static_cast<int32_t>(how.nx); start < end;) {
-      const int32_t middle = start + (end - start) / 2;
-      if (how.x[middle] <= site[0])
-        start = middle + 1;
-      else
-        end = middle;
-    }
-  for (int32_t i = 0; i < n;) {
-    const int32_t m = n - i < ascending_sites ? n - i : ascending_sites;
-    if (m < ascending_sites ||
-        !ascending_cells(how.x, static_cast<int32_t>(how.nx), site + i, start, cell + i))
-      find_cells(how, m, site + i, start, cell + i);
-    i += m;
-  }
-  return FIT_OK;
 }
 
 }  // namespace fit

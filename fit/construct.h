@@ -3,8 +3,7 @@
 // Notation, as in the comments of all construct_*.cpp: n breakpoints x, steps h[i] = x[i+1] - x[i], values y,
 // slopes m[i] = (y[i+1] - y[i]) / h[i], derivatives d[i] at the breakpoints.
 #pragma once
-#include "fit/task.h"
-#include "fit/threads.h"
+#include "fit/slices.h"
 
 namespace [[gnu::visibility("hidden")]] fit {
 
@@ -96,13 +95,8 @@ template <class T> status open_task(spline<T>& s, const task* t, int64_t least_n
 
 // The checks of the arrays that are left.
 template <class T> status check_arrays(const spline<T>& s) {
-  const task& t = *s.t;
-  if (s.ny > 0 && !t.y_table) return FIT_ERR_Y;
-  if (s.ny > 0 && !t.coeff_table) return FIT_ERR_COEFF;
-  for (int64_t f = 0; f < s.ny; f++) {
-    if (t.yhint != FIT_Y_BYSITE && !t.y_table[f]) return FIT_ERR_Y;
-    if (!t.coeff_table[f]) return FIT_ERR_COEFF;
-  }
+  if (!has_values(*s.t)) return FIT_ERR_Y;
+  if (!has_rows(*s.t)) return FIT_ERR_COEFF;
   for (int64_t f = 0; f < s.ny && s.periodic(); f++)
     if (const values<T> y = s.y(f); y[0] != y[s.n - 1]) return FIT_ERR_PERIODIC;
   return FIT_OK;
@@ -178,23 +172,21 @@ template <class T> struct chunk {
 };
 
 // Runs body(cells from, to, functions from, to) over all cells and functions, `cells` and `functions` at a time: on
-// the caller's threads where there are at least that many tiles.
+// the caller's threads where there are at least that many numbers and tiles.
 template <class T, class Body>
-void for_tiles(const spline<T>& s, int64_t cells, int64_t functions, int64_t least_tiles,
-               const DFThreadServices* services, Body body) {
+void for_tiles(const spline<T>& s, int64_t cells, int64_t functions, int64_t least_numbers,
+               int64_t least_tiles, const DFThreadServices* services, Body body) {
   const int64_t all = s.n - 1, rows = (all + cells - 1) / cells,
                 tiles = rows * ((s.ny + functions - 1) / functions);
   const auto tile = [&](int64_t task) {
     const int64_t c = task % rows * cells, f = task / rows * functions;
     body(c, c + cells < all ? c + cells : all, f, f + functions < s.ny ? f + functions : s.ny);
   };
-  if (services && tiles >= least_tiles) {
-    const int64_t t = thread_count(services), threads = t < tiles ? t : tiles;
-    parallel_for(services, static_cast<int32_t>(tiles), static_cast<int32_t>(threads),
-                 [&](int32_t task, int32_t) { tile(task); });
-  } else {
+  if (services && tiles >= least_tiles && s.n * s.ny >= least_numbers)
+    run_tasks(services, tiles, thread_count(services),
+              [&](int64_t task, int32_t) { return tile(task), FIT_OK; });
+  else
     for (int64_t task = 0; task < tiles; task++) tile(task);
-  }
 }
 
 }  // namespace fit

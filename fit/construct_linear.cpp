@@ -20,8 +20,8 @@ template <class T> status linear(const task* t, int64_t method, const DFThreadSe
       }
     }
   };
-  constexpr int64_t least_tiles = 5;
-  for_tiles(s, 1024, 4, least_tiles, services, tile);
+  constexpr int64_t least_numbers = 128, least_tiles = 5;
+  for_tiles(s, 1024, 4, least_numbers, least_tiles, services, tile);
   return FIT_OK;
 }
 

@@ -116,10 +116,10 @@ template <template <class> class Rule, class T>
 status construct(const task* t, const DFThreadServices* services) {
   spline<T> s;
   if (const status e = prepare(s, t, Rule<T>::needs); e != FIT_OK) return e;
-  constexpr int64_t least_for_threads = 512;
-  for_tiles(
-      s, 2048, 4, 1, s.n * s.ny < least_for_threads ? nullptr : services,
-      [&](int64_t from, int64_t to, int64_t f, int64_t f_end) { tile<Rule<T>>(s, from, to, f, f_end); });
+  constexpr int64_t least_numbers = 512;
+  for_tiles(s, 2048, 4, least_numbers, 1, services, [&](int64_t from, int64_t to, int64_t f, int64_t f_end) {
+    tile<Rule<T>>(s, from, to, f, f_end);
+  });
   return FIT_OK;
 }
 

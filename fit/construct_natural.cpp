@@ -17,7 +17,6 @@
 #include "core/block.h"
 #include "fit/construct.h"
 #include "fit/natural_windows.h"
-#include "fit/slices.h"
 
 namespace fit { namespace {
 
@@ -40,7 +39,7 @@ template <class T> class natural {
 
   status run(const DFThreadServices* services) {
     const int64_t t = threads(services);
-    if (n >= windows<T>::least_n && !s.periodic()) return run_windows(services, static_cast<int32_t>(t));
+    if (n >= windows<T>::least_n && !s.periodic()) return run_windows(services, t);
     constexpr int64_t together = 4;  // functions, where they are solved for one group after the other
     const int64_t columns = t > 1 ? t : s.ny < together ? s.ny : together;
     const auto size = static_cast<std::size_t>(n);
@@ -64,8 +63,8 @@ template <class T> class natural {
       if (info != 0) return FIT_ERR_SOLVER;
     }
     if (t > 1)  // a task a function, in the right side of its thread
-      return run_tasks(services, s.ny, static_cast<int32_t>(t),
-                       [&](int32_t f, int32_t thread) { return functions(f, f + 1, sides + thread * n); });
+      return run_tasks(services, s.ny, t,
+                       [&](int64_t f, int32_t thread) { return functions(f, f + 1, sides + thread * n); });
     for (int64_t f = 0; f < s.ny; f += together)
       if (const status e = functions(f, f + together < s.ny ? f + together : s.ny, sides); e != FIT_OK)
         return e;
@@ -143,11 +142,11 @@ template <class T> class natural {
   }
 
   // Many breakpoints, a function after the other or on a thread.
-  status run_windows(const DFThreadServices* services, int32_t t) {
+  status run_windows(const DFThreadServices* services, int64_t t) {
     using system = windows<T>;
     const arko::block<T> work(static_cast<std::size_t>(system::room * t));
     if (!work) return FIT_ERR_MEMORY;
-    const auto function = [&](int32_t f, int32_t thread) {
+    const auto function = [&](int64_t f, int32_t thread) {
       const values<T> y = s.y(f);
       chunk<T> c;
       return system::solve(s, y, first_equation(y), last_equation(y), work.get() + system::room * thread,
@@ -158,7 +157,7 @@ template <class T> class natural {
                            });
     };
     if (t > 1) return run_tasks(services, s.ny, t, function);
-    for (int32_t f = 0; f < s.ny; f++)
+    for (int64_t f = 0; f < s.ny; f++)
       if (const status e = function(f, 0); e != FIT_OK) return e;
     return FIT_OK;
   }

@@ -5,14 +5,15 @@
 
 #include <algorithm>
 
-#include "fit/ascending.h"
 #include "fit/integral.h"
 #include "fit/scratch.h"
+#include "fit/search.h"
 #include "fit/slices.h"
 
 namespace fit { namespace {
 
-constexpr int unit = 128;            // intervals of a block
+constexpr int unit = 128;  // intervals of a block
+static_assert(unit <= user_sites);
 constexpr int64_t slice = 5 * unit;  // of a task
 constexpr int local_rows = 2048;     // numbers of row buffers that lie on the stack
 constexpr int local_pairs = 2 * 16;  // sums of stretches that do
@@ -79,7 +80,7 @@ template <class T> struct integration {
       ramp<T>(side.v, nlim).fill(first, n, b.even);
       b.v = b.even;
     }
-    const status s = find_next_cells(side.find, n, b.v, start, b.cell);
+    const status s = find_cells(side.find, n, b.v, start, b.cell);
     if (side.find.callback) keep_in(t.nx, n, b.cell);
     return s;
   }
@@ -160,11 +161,10 @@ template <class T> struct integration {
       for (const int64_t size : {slice, int64_t{unit}}) {
         const int64_t tasks = (nlim - from) / size;
         if (size == slice && tasks < threads) continue;  // blocks share out better
-        const status s = run_tasks(services, tasks, static_cast<int32_t>(std::min<int64_t>(threads, tasks)),
-                                   [&](int32_t task, int32_t thread) {
-                                     const int64_t first = from + task * size;
-                                     return range(first, first + size, rows + thread * buffer());
-                                   });
+        const status s = run_tasks(services, tasks, threads, [&](int64_t task, int32_t thread) {
+          const int64_t first = from + task * size;
+          return range(first, first + size, rows + thread * buffer());
+        });
         if (s < 0) return s;
         from += tasks * size;
       }

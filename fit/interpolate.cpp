@@ -5,14 +5,15 @@
 
 #include <algorithm>
 
-#include "fit/ascending.h"
 #include "fit/evaluate.h"
 #include "fit/scratch.h"
+#include "fit/search.h"
 #include "fit/slices.h"
 
 namespace fit { namespace {
 
-constexpr int unit = 64;                 // sites of a block
+constexpr int unit = 64;  // sites of a block
+static_assert(unit <= user_sites);
 constexpr int64_t slice = 5 * unit;      // of a task
 constexpr int64_t few_sites = 32;        // below it there are no threads and nothing is allocated
 constexpr int64_t parallel_above = 512;  // sites
@@ -141,7 +142,7 @@ template <class T> struct interpolation {
     }
     if (type == given_cells)
       read_cells(first, n, w.cell);
-    else if (const status found = find_next_cells(find, n, s, start, w.cell); found < 0)
+    else if (const status found = find_cells(find, n, s, start, w.cell); found < 0)
       return found;
     if (type & write_cells_bit) write_cells(first, n, w.cell);
     if (find.callback && type != given_cells) keep_in(t.nx, n, w.cell);
@@ -181,12 +182,10 @@ template <class T> struct interpolation {
     if (threads > 1 && nsite > parallel_above)
       for (const int64_t size : {slice, int64_t{unit}}) {
         const int64_t tasks = (nsite - from) / size;
-        const status done =
-            run_tasks(services, tasks, static_cast<int32_t>(std::min<int64_t>(threads, tasks)),
-                      [&](int32_t task, int32_t thread) {
-                        const int64_t first = from + task * size;
-                        return range(first, first + size, areas[thread]);
-                      });
+        const status done = run_tasks(services, tasks, threads, [&](int64_t task, int32_t thread) {
+          const int64_t first = from + task * size;
+          return range(first, first + size, areas[thread]);
+        });
         if (done < 0) return done;
         from += tasks * size;
       }
@@ -236,7 +235,7 @@ status interpolate(const void* task_, int64_t type, int64_t nsite, const T* site
                         t.ny == 1 && !search_cb;
     return s < 0 || simple ? s : FIT_OK;
   }
-  const int32_t threads = std::max(thread_count(services), 1);
+  const int32_t threads = thread_count(services);
   const arko::block<work_area<T>> areas(static_cast<std::size_t>(threads));
   if (!areas) return FIT_ERR_MEMORY;
   return std::min(work.slices(services, threads, areas.get()), FIT_OK);

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "core/block.h"
+#include "fit/ascending.h"
 #include "fit/threads.h"
 
 namespace fit {
@@ -23,7 +24,7 @@ template <class T> T larger(T a, T b) { return a > b ? a : b; }
 template <class T> int32_t settle(const T* x, int32_t nx, T s, int32_t e) {
   constexpr int32_t steps = 8;
   if (e < nx && x[e] <= s) {
-    for (int32_t stop = smaller(nx, e + steps); e < stop && x[e] <= s;) e++;
+    for (int32_t stop = e + smaller(steps, nx - e); e < stop && x[e] <= s;) e++;
     if (e == nx || !(x[e] <= s)) return e;
     int32_t low = e, stride = steps;  // x[low] <= s
     while (stride < nx - low && x[low + stride] <= s) low += stride, stride = smaller(2 * stride, nx / 2);
@@ -51,11 +52,12 @@ template <class T> int32_t settle(const T* x, int32_t nx, T s, int32_t e) {
   return e;
 }
 
-// A product as an index, whatever it is.
+// A product as an index, whatever it is; one more is a number, too.
 template <class T> int32_t index_of(T q) {
   constexpr T most = sizeof(T) == sizeof(float) ? T(2147483520) : T(2147483646);
   q = q > 0 ? q : 0;
-  return static_cast<int32_t>(q < most ? q : most);
+  const auto index = static_cast<int32_t>(q < most ? q : most);
+  return q > most ? INT32_MAX - 1 : index;
 }
 
 template <class T> int32_t uniform_cell(T s, T first, T last, T scale, int32_t nx) {
@@ -63,6 +65,10 @@ template <class T> int32_t uniform_cell(T s, T first, T last, T scale, int32_t n
   const int32_t cell = first <= s ? inside : 0;
   return s == last ? nx - 1 : cell;
 }
+
+// Loops over blocks count by `block_at`, which never leaves the range of the counts: the end of the sites may be the
+// last number there is.
+template <class N> N block_at(N i, N n, N size) { return smaller(size, n - i); }
 
 // The number of the last breakpoint not greater than each site, where it is among the `length` from `low` on: a block
 // in step. If no breakpoint there is, `low`.
@@ -107,8 +113,7 @@ template <class T> status uniform_search(KERNEL_PARAMETERS(T)) {
 template <class T> status quasi_uniform_search(KERNEL_PARAMETERS(T)) {
   const auto n = static_cast<int32_t>(nx);
   const T first = x[0], last = x[n - 1];
-  for (int32_t i = 0; i < nsite; i += block_sites) {
-    const int32_t m = smaller(block_sites, nsite - i);
+  for (int32_t i = 0, m; (m = block_at(i, nsite, block_sites)) > 0; i += m) {
     int32_t guess[block_sites];
     for (int32_t j = 0; j < m; j++) guess[j] = smaller(index_of((site[i + j] - first) * constant) + 1, n);
     for (int32_t j = 0; j < m; j++)
@@ -117,15 +122,21 @@ template <class T> status quasi_uniform_search(KERNEL_PARAMETERS(T)) {
   return FIT_OK;
 }
 
-// The range of a block ends with the cell of its last site, and begins where the block before ended. Sites on the
-// last breakpoint leave the running index where it is.
+// Where sites are close to each other, 64 of them go together. Else the range of a block ends with the cell of its last
+// site, and begins where the block before ended. Sites on the last breakpoint leave the running index where it is.
 template <class T> status sorted_search(KERNEL_PARAMETERS(T)) {
   const auto n = static_cast<int32_t>(nx);
   const T first = x[0], last = x[n - 1];
   int32_t from = smaller(larger(*start, 0), n);
-  for (int32_t i = 0; i < nsite; i += block_sites) {
-    const int32_t m = smaller(block_sites, nsite - i);
+  if (from == 0 && nsite > 0 && site[0] != last) {  // the first block: its sites may be anywhere
+    int32_t at = 0;
+    halve(x, 1, site, &at, n);
+    from = at + (x[at] <= site[0]);
+  }
+  for (int32_t i = 0, m; (m = block_at(i, nsite, ascending_sites)) > 0; i += m) {
     const T* const s = site + i;
+    if (m == ascending_sites && ascending_cells(x, n, s, from, cell + i)) continue;
+    m = smaller(m, block_sites);
     const int32_t low = larger(from - 1, 0), end = settle(x, n, s[m - 1], from);
     int32_t lows[block_sites];
     for (int32_t j = 0; j < m; j++) lows[j] = low;
@@ -155,14 +166,14 @@ template <class T> status hybrid_search(KERNEL_PARAMETERS(T)) {
   const bucket whole = {0, n - 1}, *const buckets = table ? reinterpret_cast<const bucket*>(table) : &whole;
   const int64_t count = table ? bucket_count(nx) : 0;
   const T first = x[0], last = x[n - 1];
-  for (int32_t i = 0; i < nsite; i += block_sites) {
-    const int32_t m = smaller(block_sites, nsite - i);
+  for (int32_t i = 0, m; (m = block_at(i, nsite, block_sites)) > 0; i += m) {
     int32_t low[block_sites], length = 1;
     for (int32_t j = 0; j < m; j++) {
       const bucket b = buckets[bucket_of(site[i + j], first, constant, count)];
       low[j] = b.low;
       length = larger(length, b.high - b.low);
     }
+    length = smaller(length, n);
     for (int32_t j = 0; j < m; j++) low[j] = smaller(low[j], n - length);
     halve(x, m, site + i, low, length);
     last_to_cell(first, last, n, m, site + i, low, cell + i);
@@ -171,8 +182,6 @@ template <class T> status hybrid_search(KERNEL_PARAMETERS(T)) {
 }
 
 // ---- The caller's search
-
-constexpr int32_t user_sites = 128;  // in one call of the callback
 
 // From the caller's guess. A site on the breakpoint h stays in cell h.
 template <class T> int32_t refined(const T* x, int32_t nx, T s, int64_t guess) {
@@ -203,8 +212,7 @@ status user_block(const searcher<T>& how, C n, const T* site, C* cell, int32_t* 
 template <class T, class C>
 status user_kernel(const searcher<T>& how, int32_t nsite, const T* site, int32_t* flags, int32_t* cell) {
   status s = FIT_OK;
-  for (int32_t i = 0; i < nsite && s >= 0; i += user_sites) {
-    const int32_t n = smaller(user_sites, nsite - i);
+  for (int32_t i = 0, n; s >= 0 && (n = block_at(i, nsite, user_sites)) > 0; i += n) {
     C cells[user_sites];
     s = user_block<T, C>(how, n, site + i, cells, flags + i);
     for (int32_t j = 0; j < n && s >= 0; j++) cell[i + j] = static_cast<int32_t>(cells[j]);
@@ -236,7 +244,7 @@ struct slicing {
 template <class T> slicing slices(const searcher<T>& how, int64_t nsite, int32_t t) {
   constexpr bool single = sizeof(T) == sizeof(float);
   const slicing even = {t, nsite / t}, none = {0, 0};
-  if (t < 2) return none;
+  if (t == 1) return none;
   switch (how.method) {
     case method::uniform:
       return nsite > 1000 ? even : none;
@@ -258,18 +266,18 @@ template <class T> slicing slices(const searcher<T>& how, int64_t nsite, int32_t
   }
 }
 
-void search_slice(const auto& how, int64_t nsite, const auto* site, int32_t* cell) {
-  int32_t start = 0;
-  find_cells(how, static_cast<int32_t>(nsite), site, start, cell);
-}
-void search_slice(const auto& how, int64_t nsite, const auto* site, int64_t* cell) {
-  constexpr int64_t block = 512;
-  int32_t start = 0, narrow[block];
-  for (int64_t i = 0; i < nsite; i += block) {
-    const int64_t n = smaller(block, nsite - i);
-    find_cells(how, static_cast<int32_t>(n), site + i, start, narrow);
-    for (int64_t j = 0; j < n; j++) cell[i + j] = narrow[j];
-  }
+// In pieces that 32 bits can count; wide cells by way of narrow ones.
+template <class C> void search_slice(const auto& how, int64_t nsite, const auto* site, C* cell) {
+  constexpr bool wide = sizeof(C) > sizeof(int32_t);
+  constexpr int64_t piece = wide ? 512 : int64_t{1} << 30;
+  int32_t start = 0, narrow[wide ? piece : 1];
+  for (int64_t i = 0, n; (n = block_at(i, nsite, piece)) > 0; i += n)
+    if constexpr (wide) {
+      find_cells(how, static_cast<int32_t>(n), site + i, start, narrow);
+      for (int64_t j = 0; j < n; j++) cell[i + j] = narrow[j];
+    } else {
+      find_cells(how, static_cast<int32_t>(n), site + i, start, cell + i);
+    }
 }
 
 // The last call of the callback has the rest of the sites, also where there is none.
@@ -278,7 +286,7 @@ status search_by_user(const searcher<T>& how, int64_t nsite, const T* site, C* c
   C cells[user_sites];
   int32_t flags[user_sites];
   for (int64_t i = 0;; i += user_sites) {
-    const int64_t n = smaller<int64_t>(user_sites, nsite - i);
+    const int64_t n = block_at<int64_t>(i, nsite, user_sites);
     const status s = user_block<T, C>(how, static_cast<C>(n), site + i, cells, flags);
     if (s < 0) return s;
     std::memcpy(cell + i, cells, static_cast<std::size_t>(n) * sizeof(C));
@@ -365,7 +373,9 @@ status choose_search(searcher<T>& out, const task& t, int64_t sitehint, const do
     out.constant = cells / (x[t.nx - 1] - x[0]);
   } else if (out.method == method::hybrid) {
     out.constant = bucket_scale<T>(t);
-    if (t.bucket_count == bucket_count(t.nx)) out.buckets = t.bucket_table;
+    // A table that was made for other breakpoints tells nothing about these.
+    if (const bucket* const b = t.bucket_table; b && head_of(b).nx == t.nx && head_of(b).x == t.x)
+      out.buckets = b;
   }
   return FIT_OK;
 }
@@ -373,12 +383,6 @@ status choose_search(searcher<T>& out, const task& t, int64_t sitehint, const do
 template <class T>
 status find_cells(const searcher<T>& how, int32_t n, const T* site, int32_t& start, int32_t* cell) {
   int32_t flags[user_sites];
-  if (how.callback && n > user_sites) {  // in calls that the flags are enough for
-    for (int32_t i = 0; i < n; i += user_sites)
-      if (const status s = find_cells(how, smaller(user_sites, n - i), site + i, start, cell + i); s < 0)
-        return s;
-    return FIT_OK;
-  }
   return kernels<T>[static_cast<int32_t>(how.method)](how.nx, how.x, n, site, how.wide, how.constant, &start,
                                                       reinterpret_cast<const int32_t*>(how.buckets),
                                                       how.callback, how.params, how.spare, flags, cell);

@@ -52,12 +52,8 @@ inline kind kind_of(const task& t, bool all_outside) {
 
 // Whether a task has the arrays that a kind reads.
 inline status has_input(const task& t, kind k, bool all_outside) {
-  if (t.ny == 0 || (all_outside && !is_table(k))) return FIT_OK;
-  if (is_table(k)) return t.y_table && t.y_table[0] ? FIT_OK : FIT_ERR_Y;
-  if (!t.coeff_table) return FIT_ERR_COEFF;
-  for (int64_t f = 0; f < t.ny; f++)
-    if (!t.coeff_table[f]) return FIT_ERR_COEFF;
-  return FIT_OK;
+  if (is_table(k)) return has_values(t) ? FIT_OK : FIT_ERR_Y;
+  return all_outside || has_rows(t) ? FIT_OK : FIT_ERR_COEFF;
 }
 
 // Breakpoints that are all there, or on a uniform grid.

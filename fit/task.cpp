@@ -18,29 +18,38 @@ template <class... Values> bool among(int64_t value, Values... accepted) {
   return ((value == accepted) || ...);
 }
 bool is_xhint(int64_t hint) { return among(hint, FIT_X_NOHINT, FIT_X_IRREGULAR, FIT_X_QUASI, FIT_X_UNIFORM); }
+bool is_count_of_breakpoints(int64_t nx) { return nx >= 2 && nx <= most_breakpoints; }
 bool is_storage_hint(int64_t hint) { return among(hint, 0, 16, 32, 128); }  // of values and of coefficients
 
+template <class P> void release(P* table) {
+  if (table) arko_serv_deallocate(&head_of(table));
+}
+
 // Releases the old table first, and leaves null where there is no memory for the new one.
-template <class P> status renew(P*& table, std::size_t count) {
-  arko_serv_deallocate(table);
-  block<P> b(count);
-  if (b) std::memset(b.get(), 0, count * sizeof(P));
-  table = b.release();
-  return table ? FIT_OK : FIT_ERR_MEMORY;
+template <class P> status renew(P*& table, int64_t count, const made_for& what) {
+  constexpr std::size_t in_head = sizeof(made_for) / sizeof(P);
+  release(table);
+  table = nullptr;
+  block<P> b(in_head + static_cast<std::size_t>(count));
+  if (!b) return FIT_ERR_MEMORY;
+  table = b.release() + in_head;
+  head_of(table) = what;
+  std::memset(table, 0, static_cast<std::size_t>(count) * sizeof(P));
+  return FIT_OK;
 }
 
 template <class T> status set_values(task& t, int64_t ny, int64_t yhint, const T* y) {
-  const bool interleaved = yhint == FIT_Y_BYSITE;
-  if (renew(t.y_table, interleaved ? 1 : static_cast<std::size_t>(ny)) != FIT_OK) return FIT_ERR_MEMORY;
+  const int64_t pointers = yhint == FIT_Y_BYSITE ? 1 : ny;
+  const made_for what = {.pointers = pointers, .in_first = yhint == FIT_Y_PTRS ? 1 : ny};
+  if (renew(t.y_table, pointers, what) != FIT_OK) return FIT_ERR_MEMORY;
   t.y_table[0] = y;
-  if (!interleaved && yhint != FIT_Y_PTRS)
-    for (int64_t f = 1; f < ny; f++) t.y_table[f] = y + f * t.nx;
+  for (int64_t f = 1; f < pointers && yhint != FIT_Y_PTRS; f++) t.y_table[f] = y + f * t.nx;
   return FIT_OK;
 }
 
 template <class T> status set_coefficients(task& t, int64_t hint, T* c) {
   if (t.ny == 0) return FIT_ERR_NY;
-  if (renew(t.coeff_table, static_cast<std::size_t>(t.ny)) != FIT_OK) return FIT_ERR_MEMORY;
+  if (renew(t.coeff_table, t.ny, {.pointers = t.ny}) != FIT_OK) return FIT_ERR_MEMORY;
   const int64_t cells = t.s_type == FIT_TYPE_KNOT_QUADRATIC ? t.nx : t.nx - 1;
   t.coeff_table[0] = c;
   if (hint != FIT_C_PTRS)
@@ -51,7 +60,7 @@ template <class T> status set_coefficients(task& t, int64_t hint, T* c) {
 template <class T> status build_buckets(task& t) {
   constexpr int32_t mark = -1;
   const int64_t m = bucket_count(t.nx);
-  if (renew(t.bucket_table, static_cast<std::size_t>(m) + 2) != FIT_OK) return FIT_ERR_MEMORY;
+  if (renew(t.bucket_table, m + 2, {.nx = t.nx, .x = t.x}) != FIT_OK) return FIT_ERR_MEMORY;
   bucket* const b = t.bucket_table;
   const auto n = static_cast<int32_t>(t.nx);
   const T* const x = static_cast<const T*>(t.x);
@@ -81,18 +90,18 @@ status new_task(void** out, int64_t nx, const T* x, int64_t xhint, int64_t ny, c
                 int32_t wide) {
   if (!out) return FIT_ERR_NULL_TASK;
   *out = nullptr;
-  if (nx < 2) return FIT_ERR_NX;
+  if (!is_count_of_breakpoints(nx)) return FIT_ERR_NX;
   if (!x) return FIT_ERR_X;
   if (!is_xhint(xhint)) return FIT_ERR_XHINT;
   if (ny <= 0 && y) return FIT_ERR_NY;
   if (ny != 0 && !y) return FIT_ERR_Y;
   if (!is_storage_hint(yhint)) return FIT_ERR_YHINT;
 
-  task* record = nullptr;
-  const status s = renew(record, 1);
-  *out = record;
-  if (s != FIT_OK) return s;
-  task& t = *record;
+  block<task> record;
+  if (!record) return FIT_ERR_MEMORY;
+  task& t = *record.release();
+  *out = &t;
+  t = {};
   t.nx = nx;
   t.x = x;
   t.xhint = xhint;
@@ -164,12 +173,13 @@ template <class T> status edit_indexed(task* t, int64_t attribute, int64_t index
     case FIT_ATTR_Y:
       if (t->yhint == FIT_Y_BYSITE) return FIT_ERR_YHINT;
       if (!indexed) return FIT_ERR_INDEX;
-      if (!pointer || !t->y_table) return FIT_ERR_Y;
+      if (!pointer || !t->y_table || index >= head_of(t->y_table).pointers) return FIT_ERR_Y;
       t->y_table[index] = pointer;
+      if (index == 0) head_of(t->y_table).in_first = 1;
       return FIT_OK;
     case FIT_ATTR_COEFF:
       if (!indexed) return FIT_ERR_INDEX;
-      if (!pointer || !t->coeff_table) return FIT_ERR_COEFF;
+      if (!pointer || !t->coeff_table || index >= head_of(t->coeff_table).pointers) return FIT_ERR_COEFF;
       t->coeff_table[index] = const_cast<T*>(pointer);
       return FIT_OK;
     default:
@@ -208,8 +218,8 @@ template <class T> status query_indexed(const task* t, int64_t attribute, int64_
   if (t->dimension != 1) return FIT_OK;
   if (attribute == FIT_ATTR_Y && t->yhint == FIT_Y_BYSITE) return FIT_ERR_YHINT;
   if (attribute != FIT_ATTR_Y && attribute != FIT_ATTR_COEFF) return FIT_ERR_ATTR;
-  const void* const* const table = attribute == FIT_ATTR_Y ? t->y_table : t->coeff_table;
-  *out = table ? static_cast<T*>(const_cast<void*>(table[index])) : nullptr;
+  const void* const found = attribute == FIT_ATTR_Y ? told_values(*t, index) : told_row(*t, index);
+  *out = static_cast<T*>(const_cast<void*>(found));
   return FIT_OK;
 }
 
@@ -220,7 +230,7 @@ struct integer_attribute {
   status refusal;
 };
 constexpr integer_attribute integers[] = {
-    {&task::nx, [](int64_t v) { return v >= 2; }, FIT_ERR_NX},
+    {&task::nx, is_count_of_breakpoints, FIT_ERR_NX},
     {&task::xhint, is_xhint, FIT_ERR_XHINT},
     {&task::ny, [](int64_t v) { return v >= 1; }, FIT_ERR_NY},
     {&task::yhint, is_storage_hint, FIT_ERR_YHINT},
@@ -267,9 +277,9 @@ status query_integer(const task* t, int64_t attribute, void* out) {
 status delete_task(void** pointer) {
   if (!pointer || !*pointer) return FIT_ERR_NULL_TASK;
   task* const t = static_cast<task*>(*pointer);
-  arko_serv_deallocate(t->y_table);
-  arko_serv_deallocate(t->coeff_table);
-  arko_serv_deallocate(t->bucket_table);
+  release(t->y_table);
+  release(t->coeff_table);
+  release(t->bucket_table);
   arko_serv_deallocate(t);
   *pointer = nullptr;
   return FIT_OK;

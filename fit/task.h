@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #define FIT_EXPORT extern "C" [[gnu::visibility("default")]]
 
@@ -22,6 +23,18 @@ inline constexpr int64_t knots_bit = 8;  // of ic_type
 struct bucket {
   int32_t low, high;
 };
+
+// In front of each table that a task owns: what it was made for. Edits change counts, hints and breakpoints under
+// it, and the record, whose layout callers know, has no room for them. The table is as aligned as its block.
+struct alignas(128) made_for {
+  int64_t pointers = 0;  // in the table
+  int64_t in_first = 0;  // functions that have their values in the array of the first pointer
+  int64_t nx = 0;        // the breakpoints of buckets
+  const void* x = nullptr;
+};
+template <class P> made_for& head_of(P* table) {
+  return reinterpret_cast<made_for*>(const_cast<std::remove_const_t<P>*>(table))[-1];
+}
 
 // All arrays are of float or of double numbers, as is_double says.
 struct task {
@@ -78,7 +91,31 @@ template <class T> struct partition {
   T last() const { return x[uniform ? 1 : n - 1]; }
 };
 
-// The values of one function: value i at y[i * stride].
+// Counts of breakpoints and cells have 32 bits inside.
+inline constexpr int64_t most_breakpoints = INT32_MAX;
+
+// The array that holds a function's values, or its row of coefficients; null where none was told for it.
+inline const void* told_values(const task& t, int64_t f) {
+  if (!t.y_table) return nullptr;
+  if (t.yhint == FIT_Y_BYSITE) return f < head_of(t.y_table).in_first ? t.y_table[0] : nullptr;
+  return f < head_of(t.y_table).pointers ? t.y_table[f] : nullptr;
+}
+inline void* told_row(const task& t, int64_t f) {
+  return t.coeff_table && f < head_of(t.coeff_table).pointers ? t.coeff_table[f] : nullptr;
+}
+// Whether all functions have them.
+inline bool has_values(const task& t) {
+  for (int64_t f = 0; f < t.ny; f++)
+    if (!told_values(t, f)) return false;
+  return true;
+}
+inline bool has_rows(const task& t) {
+  for (int64_t f = 0; f < t.ny; f++)
+    if (!told_row(t, f)) return false;
+  return true;
+}
+
+// The values of one function that has some: value i at y[i * stride].
 template <class T> struct values {
   const T* y;
   std::ptrdiff_t stride;

@@ -2,12 +2,13 @@
 #pragma once
 #include <arko/threads.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace [[gnu::visibility("hidden")]] fit {
 
 inline std::int32_t thread_count(const DFThreadServices* services) {
-  return services ? services->thread_count() : 1;
+  return services ? std::max(services->thread_count(), 1) : 1;
 }
 
 // Runs body(task, thread) for each task on up to that many threads.

@@ -139,6 +139,78 @@ TYPED_TEST(task_of, tables_of_pointers) {
   EXPECT_EQ(entries::edit_pointer(none, FIT_ATTR_Y, y), FIT_OK);
 }
 
+// The values or rows of all functions, read by every entry that reads them; index edits of the last function.
+TYPED_TEST(task_of, functions_beyond_a_table_are_missing) {
+  using T = TypeParam;
+  using entries = fit_entries<T>;
+  const T x[3] = {0, 1, 3};
+  constexpr int64_t most = 1000;
+  const std::vector<T> y(3 * most);
+  std::vector<T> c(4 * most), r(most);
+  const struct {
+    int64_t ny, yhint, later_ny, later_yhint;
+    int32_t by_index, values, rows;  // statuses
+  } cases[] = {{1, 16, most, 16, FIT_ERR_Y, FIT_ERR_Y, FIT_ERR_COEFF},
+               {2, 128, 129, 0, FIT_ERR_Y, FIT_ERR_Y, FIT_ERR_COEFF},
+               {3, 32, 3, 16, FIT_ERR_Y, FIT_ERR_Y, FIT_OK},
+               {2, 32, 5, 32, FIT_ERR_YHINT, FIT_ERR_Y, FIT_ERR_COEFF},
+               {3, 128, 3, 32, FIT_ERR_YHINT, FIT_ERR_Y, FIT_OK},  // the first array is of one function
+               {3, 128, 3, 16, FIT_OK, FIT_ERR_Y, FIT_OK},         // the second array was not told
+               {1, 128, 1, 32, FIT_ERR_YHINT, FIT_OK, FIT_OK},
+               {3, 16, 3, 32, FIT_ERR_YHINT, FIT_OK, FIT_OK},
+               {3, 0, 2, 16, FIT_OK, FIT_OK, FIT_OK}};
+  for (const auto& k : cases) {
+    SCOPED_TRACE(testing::Message() << k.ny << ' ' << k.yhint << ' ' << k.later_ny << ' ' << k.later_yhint);
+    const fit_task<T> task(3, x, 0, k.ny, y.data(), k.yhint);
+    ASSERT_EQ(entries::edit_spline(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0), FIT_OK);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_NY, k.later_ny), FIT_OK);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_YHINT, k.later_yhint), FIT_OK);
+    const auto read = [&] {
+      const int32_t found[] = {
+          entries::interpolate(task, 0, 0, 1, x, 0, 0, nullptr, nullptr, r.data(), 0, nullptr, nullptr,
+                               nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+          entries::integrate(task, 0, 1, x, 0, x + 1, 0, nullptr, nullptr, r.data(), 0, nullptr, nullptr,
+                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)};
+      EXPECT_EQ(found[0], found[1]);
+      return found[0];
+    };
+    T* pointer = c.data();
+    const bool indexed = k.later_yhint != FIT_Y_BYSITE;
+    EXPECT_EQ(read(), k.rows);
+    EXPECT_EQ(entries::linear(task, 0, 0, nullptr), k.values ? k.values : k.rows);
+    EXPECT_EQ(entries::query_indexed(task, FIT_ATTR_Y, k.later_ny - 1, &pointer),
+              indexed ? 0 : FIT_ERR_YHINT);
+    EXPECT_EQ(!pointer, indexed && k.values);
+    EXPECT_EQ(entries::edit_indexed(task, FIT_ATTR_COEFF, k.later_ny - 1, c.data()), k.rows);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_ORDER, 0), FIT_OK);
+    for (const int64_t type : {FIT_TYPE_STEP_LEFT, FIT_TYPE_STEP_RIGHT, FIT_TYPE_LOOKUP}) {
+      ASSERT_EQ(entries::edit_spline(task, 0, type, 0, nullptr, 0, nullptr, nullptr, 0), FIT_OK);
+      if (type != FIT_TYPE_LOOKUP) {
+        EXPECT_EQ(read(), k.values);
+      }
+    }
+    EXPECT_EQ(entries::edit_indexed(task, FIT_ATTR_Y, k.later_ny - 1, y.data()), k.by_index);
+    ASSERT_EQ(entries::edit_pointer(task, FIT_ATTR_Y, y.data()), FIT_OK);  // and all is well again
+    ASSERT_EQ(entries::edit_spline(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0), FIT_OK);
+    EXPECT_EQ(read(), FIT_OK);
+  }
+}
+
+// Cells and buckets are 32 bits wide.
+TYPED_TEST(task_of, as_many_breakpoints_as_cells_have_numbers) {
+  using T = TypeParam;
+  const T ends[] = {0, 1};
+  constexpr int64_t limit = int64_t{1} << 31;
+  for (const int64_t nx : {limit, limit + 2, int64_t{1} << 32, INT64_MAX})
+    for (const int64_t xhint : {FIT_X_NOHINT, FIT_X_UNIFORM}) {
+      EXPECT_EQ(fit_task<T>(nx, ends, xhint).status(), FIT_ERR_NX);
+      const fit_task<T> task(2, ends, xhint);
+      EXPECT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_NX, nx), FIT_ERR_NX);
+      EXPECT_EQ(record(task).nx, 2);
+    }
+  EXPECT_EQ(fit_task<T>(limit - 1, ends, FIT_X_UNIFORM).status(), FIT_OK);
+}
+
 TYPED_TEST(task_of, refuses_and_keeps) {
   using T = TypeParam;
   using entries = fit_entries<T>;

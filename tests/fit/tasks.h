@@ -23,6 +23,8 @@ template <class T> struct fit_entries;
     static constexpr auto query_pointer = arko_df_kernel_##p##QueryPtr;                         \
     static constexpr auto query_indexed = arko_df_kernel_##p##QueryIdxPtr;                      \
     static constexpr auto search = arko_df_kernel_##p##DFSearch1D;                              \
+    static constexpr auto interpolate = arko_df_kernel_##p##DFInterpolate1D;                    \
+    static constexpr auto integrate = arko_df_kernel_##p##DFIntegrate1D;                        \
     static constexpr decltype(&arko_df_kernel_##p##DFUniformSearch1D) kernels[2][7] = {         \
         {arko_df_kernel_##p##DFUniformSearch1D, arko_df_kernel_##p##DFQuasiUniformSearch1D,     \
          arko_df_kernel_##p##DFSortedSearch1D, arko_df_kernel_##p##DFPeakSearch1D,              \

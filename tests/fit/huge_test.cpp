@@ -1,0 +1,84 @@
+// As many sites and limits as a 32-bit count can tell, and more.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tests/fit/tasks.h"
+#include "tests/support/repeated.h"
+#include "tests/support/thread_services.h"
+
+namespace {
+
+using namespace arko::test;
+using entries = fit_entries<float>;
+constexpr int64_t most = INT32_MAX, beyond = most + 1000;
+
+// Numbers that are `value`, over and over in the same memory but for the last, which have memory of their own.
+template <class T> class endless {
+ public:
+  static constexpr int64_t own = 4096;
+  endless(int64_t n, T value, T at_end) : end(memory_.template last<T>(0)), begin(end - n) {
+    std::fill_n(end - repeated::period / sizeof(T), repeated::period / sizeof(T), value);
+    if (mmap(end - own, own * sizeof(T), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
+             0) == MAP_FAILED)
+      throw std::runtime_error("no memory for the end of an array");
+    std::fill_n(end - own, own, at_end);
+  }
+  void expect(T at_end, const std::string& what) {
+    for (int64_t i = 1; i <= own; i++) ASSERT_EQ(end[-i], at_end) << what << ", from the end " << i;
+    std::fill_n(end - own, own, T(-77));
+  }
+
+ private:
+  repeated memory_{sizeof(T) * beyond};
+
+ public:
+  T *const end, *const begin;
+};
+
+constexpr float x[] = {0, 1, 2}, ends[] = {0, 2}, y[] = {3, 5, 7};
+
+TEST(huge, searches) {
+  endless<float> sites(beyond, 0.5f, 1.5f);
+  endless<int32_t> cells(beyond, -77, -77), flags(beyond, 0, 0);
+  const char* const names[] = {"uniform", "quasi-uniform", "sorted",      "peak",
+                               "hybrid",  "user",          "uniform user"};
+  const auto by_caller = [](void* n, const void*, void* cell, int32_t*, void*, void*) {
+    std::fill_n(static_cast<int32_t*>(cell), *static_cast<int32_t*>(n), 2);
+    return 1000;
+  };
+  for (int k = 0; k < 7; k++) {
+    int32_t start = 0;
+    EXPECT_EQ(
+        entries::kernels[0][k](3, k == 0 || k == 6 ? ends : x, most, sites.end - most, 0, 1, &start, nullptr,
+                               by_caller, nullptr, nullptr, flags.end - most, cells.end - most),
+        0);
+    cells.expect(2, names[k]);
+  }
+  const fit_task<float> task(3, ends, FIT_X_UNIFORM);
+  EXPECT_EQ(entries::search(task, 0, beyond, sites.begin, 0, nullptr, cells.begin, nullptr, nullptr, nullptr),
+            0);
+  cells.expect(2, "DFSearch1D");
+}
+
+TEST(huge, interpolation_and_integration) {
+  thread_services::threads = 2;
+  const fit_task<float> task(3, ends, FIT_X_UNIFORM, 1, y);
+  ASSERT_EQ(entries::edit_spline(task, 0, FIT_TYPE_STEP_LEFT, 0, nullptr, 0, nullptr, nullptr, 0), 0);
+  endless<float> left(beyond, 0.5f, 0.25f), right(beyond, 0.75f, 1.5f), r(beyond, -77, -77);
+  const auto* const threads = thread_services::get();
+  EXPECT_EQ(entries::interpolate(task, 0, 0, most, right.end - most, 0, 0, nullptr, nullptr, r.end - most, 0,
+                                 nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                 nullptr, threads),
+            0);
+  r.expect(5, "values");
+  EXPECT_EQ(entries::integrate(task, 0, most, left.end - most, 0, right.end - most, 0, nullptr, nullptr,
+                               r.end - most, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, threads),
+            0);
+  r.expect(0.75f * 3 + 0.5f * 5, "integrals");
+}
+
+}  // namespace
