@@ -93,14 +93,15 @@ template <class T, class Grid> struct left_steps {
   T whole(int32_t j) const { return x.width(j) * y[j]; }
 };
 
-// Piece j takes the value at its right end, which belongs to it; the first ends at the first breakpoint.
+// Piece j takes the value at its right end, which belongs to it; the first ends at the first breakpoint. On a uniform
+// grid all breakpoints are calculated, the last one, too: the given end may differ from it by a rounding.
 template <class T, class Grid> struct right_steps {
   const Grid& x;
   values<T> y;
 
   int32_t piece(int32_t cell, T limit) const {
     const int32_t c = cell - (cell >= x.n ? 1 : 0);
-    return c > 0 && limit == x[cell - 1] && limit != x.last() ? c - 1 : c;
+    return c > 0 && limit == x[cell - 1] && limit != x[x.n - 1] ? c - 1 : c;
   }
   T begin(int32_t j) const { return x[j - 1]; }
   T end(int32_t j) const { return x[j]; }

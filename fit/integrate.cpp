@@ -216,6 +216,7 @@ status integrate(const void* task_, int64_t nlim, const T* llim, int64_t llimhin
   if (const status s = right.choose(t, rlimhint, rdatahint, search_cb, search_params, &which[1]); s < 0)
     return s;
   if (rhint != 0 && rhint != 16 && rhint != 32 && rhint != 128) return FIT_ERR_INTRHINT;
+  if (is_table(k) && !t.y_table) return FIT_ERR_Y;  // also where there are no functions
   if (const status s = has_input(t, k, all_outside); s < 0) return s;
   if (nlim < 1) return FIT_OK;
 

@@ -273,6 +273,63 @@ TEST(integration, gives_callers_functions_their_parts_in_order) {
   callbacks<float>();
 }
 
+// Random limits, many at, next to and beyond breakpoints and both the given and the calculated end of grids whose
+// steps round. Callers' functions, where there are any, integrate constants. Next to a breakpoint a limit may be taken
+// for one on its other side: that is a rounding of the limit.
+template <class T> void random_intervals() {
+  std::mt19937 random(7);
+  const auto below = [&](int64_t n) { return static_cast<int64_t>(random() % static_cast<unsigned>(n)); };
+  const auto draw = [&](double a, double b) {
+    return static_cast<T>(std::uniform_real_distribution<>(a, b)(random));
+  };
+  for (const shape& s : shapes) {
+    if (s.order == lookup.order && s.type == lookup.type) continue;
+    for (int round = 0; round < 24; round++) {
+      constexpr int64_t counts[] = {50, 100, 1000, 11, 2, 3};
+      const int which = round % 2 ? static_cast<int>(below(8)) : 0;
+      const T first = round < 12 ? T(0) : draw(-3, 0), last = round < 12 ? T(1) : first + draw(0.3, 1.5);
+      piecewise<T> p(s, round % 4 < 3, counts[round / 2 % 6], 1);
+      if (p.uniform) p.stretch(first, last);
+      const fit_task<T> task(p.nx, p.uniform ? p.ends.data() : p.x.data(), p.xhint(), 1, p.y.data());
+      ASSERT_EQ(p.describe(task), 0);
+      const T x0 = p.x[0], xn = p.x.back(), far = std::numeric_limits<T>::infinity();
+      const auto limit = [&] {
+        T v = below(4) ? p.x[below(4) ? below(p.nx) : p.nx - 1] : p.ends[1];
+        for (int64_t n = below(3); n > 0; n--) v = std::nextafter(v, below(2) ? far : -far);
+        return below(5) ? v : draw(x0 - 0.5, xn + 0.5);
+      };
+      const long double largest = s.order == 0 ? 3 : 500;  // value
+      log parts = {1};
+      call<T> c;
+      for (c.n = 0; c.n < 150; c.n++) c.l.push_back(limit()), c.u.push_back(limit());
+      if (which & 1) c.left = {integrate_constant<T, 0>, &parts};
+      if (which & 2) c.right = {integrate_constant<T, 1>, &parts};
+      if (which & 4) c.inner = {integrate_constant<T, 2>, &parts};
+      ASSERT_EQ(c(task, 1), 0);
+      for (int64_t i = 0; i < c.n; i++) {
+        const T l = std::min(c.l[i], c.u[i]), u = std::max(c.l[i], c.u[i]);
+        const std::pair<T, T> within[] = {
+            {l, std::min(u, x0)}, {std::max(l, xn), u}, {std::max(l, x0), std::min(u, xn)}};
+        typename piecewise<T>::result sum = {0, 16 * p.eps * largest * (std::fabs(x0) + std::fabs(xn))};
+        for (int side = 0; side < 3; side++) {
+          const auto [a, b] = within[side];
+          if (!(a < b)) continue;
+          const auto part = p.integral(0, a, b);
+          const bool theirs = which >> side & 1;
+          sum.value += theirs ? (static_cast<long double>(b) - a) * constant(side, 0) : part.value;
+          sum.error += theirs ? 0 : part.error;
+        }
+        if (c.u[i] < c.l[i]) sum.value = -sum.value;
+        expect_near<T>(c.r[i], sum, s.name, "nx", p.nx, "rules", which, "from", c.l[i], "to", c.u[i]);
+      }
+    }
+  }
+}
+TEST(integration, of_random_intervals_is_that_of_the_definition) {
+  random_intervals<double>();
+  random_intervals<float>();
+}
+
 TEST(integration, ends_with_a_negative_status_of_a_callback) {
   piecewise<double> p(cubic, false, 17, 1);
   const fit_task<double> task(p.nx, p.x.data(), 0, 1, p.y.data());
@@ -359,6 +416,10 @@ TEST(integration, refuses_in_order) {
   c.n = 1, c.l = {0}, c.u = {1};
   EXPECT_EQ(c(nullptr, 1), FIT_ERR_NULL_TASK);
   const fit_task<double> empty(3, x, 0);
+  for (const int64_t type : {FIT_TYPE_STEP_LEFT, FIT_TYPE_STEP_RIGHT}) {
+    ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(empty, 0, type, 0, nullptr, 0, nullptr, nullptr, 0), 0);
+    EXPECT_EQ(c(empty, 0), FIT_ERR_Y);
+  }
   for (const auto& [order, status] : {std::pair{4, FIT_ERR_COEFF}, {0, FIT_ERR_Y}}) {
     ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(empty, order, order ? 9 : 7, 0, nullptr, 0, nullptr, nullptr, 0),
               0);

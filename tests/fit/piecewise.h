@@ -57,6 +57,12 @@ template <class T> struct piecewise {
         ic.push_back(i == 0 || i == nx ? ends[i != 0] : x[i - 1] + draw(0.1, 0.9) * (x[i] - x[i - 1]));
     if (ic_type == FIT_IC_KNOTS_UNIFORM) ic = {x[0] + T(0.0625), x[nx - 1] - T(0.03125)};
   }
+  // A uniform grid whose steps round, and whose last breakpoint may differ from the given end.
+  void stretch(T first, T last) {
+    ends = {first, last};
+    const T step = (last - first) / static_cast<T>(nx - 1);
+    for (int64_t i = 0; i < nx; i++) x[i] = static_cast<T>(i) * step + first;
+  }
   int64_t cells() const { return s.type == FIT_TYPE_KNOT_QUADRATIC ? nx : nx - 1; }
 
   int64_t xhint() const { return uniform ? FIT_X_UNIFORM : FIT_X_NOHINT; }
