@@ -297,13 +297,33 @@ TYPED_TEST(task_of, refuses_and_keeps) {
       EXPECT_EQ(entries::edit_indexed(task, a, 0, nullptr), a == 5 ? FIT_ERR_COEFF : indexed);
     }
   }
-  EXPECT_EQ(entries::edit_spline(nullptr, 0, 0, 0, nullptr, 0, nullptr, nullptr, 0), FIT_ERR_NULL_TASK);
-  EXPECT_EQ(entries::edit_pointer(nullptr, 1, x), FIT_ERR_NULL_TASK);
-  EXPECT_EQ(entries::edit_indexed(nullptr, 2, 0, x), FIT_ERR_NULL_TASK);
-  EXPECT_EQ(entries::query_pointer(nullptr, 1, &p), FIT_ERR_NULL_TASK);
-  EXPECT_EQ(entries::query_indexed(nullptr, 2, 0, &p), FIT_ERR_NULL_TASK);
-  EXPECT_EQ(arko_df_kernel_iEditVal(nullptr, 14, 2), FIT_ERR_NULL_TASK);
-  EXPECT_EQ(arko_df_kernel_iQueryVal(nullptr, 14, &p), FIT_ERR_NULL_TASK);
+}
+
+TYPED_TEST(task_of, a_null_task_has_its_status_from_every_entry) {
+  using T = TypeParam;
+  using entries = fit_entries<T>;
+  T x[2] = {0, 1}, *p = x;
+  void *null = nullptr, *cell = x;
+  std::vector<int32_t> found = {
+      entries::new_task(nullptr, 2, x, 0, 0, nullptr, 0, 0),
+      entries::edit_spline(nullptr, -1, -1, 4, nullptr, 1, nullptr, x, 0),
+      entries::edit_pointer(nullptr, 1, x),
+      entries::edit_indexed(nullptr, 2, 0, x),
+      entries::query_pointer(nullptr, 1, &p),
+      entries::query_indexed(nullptr, 2, 0, &p),
+      arko_df_kernel_iEditVal(nullptr, 14, 2),
+      arko_df_kernel_iQueryVal(nullptr, 14, &p),
+      arko_df_kernel_DeleteTask(nullptr),
+      arko_df_kernel_DeleteTask(&null),
+      entries::search(nullptr, 0, 1, x, 0, nullptr, cell, nullptr, nullptr, nullptr),
+      entries::interpolate(nullptr, 0, 0, 1, x, 0, 0, nullptr, nullptr, x, 0, cell, nullptr, nullptr, nullptr,
+                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+      entries::integrate(nullptr, 0, 1, x, 0, x, 0, nullptr, nullptr, x, 0, nullptr, nullptr, nullptr,
+                         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)};
+  for (const auto construct : {entries::linear, entries::quadratic, entries::from_second, entries::natural,
+                               entries::hermite, entries::bessel, entries::hyman, entries::akima})
+    for (const int64_t method : {0, 5}) found.push_back(construct(nullptr, 0, method, recorded(2)));
+  for (std::size_t i = 0; i < found.size(); i++) EXPECT_EQ(found[i], FIT_ERR_NULL_TASK) << i;
 }
 
 // Of every bucket, the last breakpoint below it and the first above it, counted in buckets of the breakpoints.
