@@ -73,7 +73,8 @@ template <class N> N block_at(N i, N n, N size) { return smaller(size, n - i); }
 // The number of the last breakpoint not greater than each site, where it is among the `length` from `low` on: a block
 // in step. If no breakpoint there is, `low`.
 constexpr int32_t block_sites = 32;
-template <class T> void halve(const T* x, int32_t n, const T* site, int32_t* low, int32_t length) {
+template <class T>
+[[gnu::always_inline]] inline void halve(const T* x, int32_t n, const T* site, int32_t* low, int32_t length) {
   while (length > 1) {
     const int32_t half = length / 2;
     for (int32_t i = 0; i < n; i++) low[i] += half & -static_cast<int32_t>(x[low[i] + half] <= site[i]);
@@ -83,7 +84,8 @@ template <class T> void halve(const T* x, int32_t n, const T* site, int32_t* low
 
 // What `halve` found, as cells.
 template <class T>
-void last_to_cell(T first, T last, int32_t nx, int32_t n, const T* site, const int32_t* low, int32_t* cell) {
+[[gnu::always_inline]] inline void last_to_cell(T first, T last, int32_t nx, int32_t n, const T* site,
+                                                const int32_t* low, int32_t* cell) {
   for (int32_t i = 0; i < n; i++) {
     int32_t c = low[i] + 1;
     c = site[i] < first ? 0 : c;
@@ -122,31 +124,39 @@ template <class T> status quasi_uniform_search(KERNEL_PARAMETERS(T)) {
   return FIT_OK;
 }
 
-// Where sites are close to each other, 64 of them go together. Else the range of a block ends with the cell of its last
-// site, and begins where the block before ended. Sites on the last breakpoint leave the running index where it is.
+// Cells of a block of ascending sites: the range ends with the cell of the last of them, and begins where the block before
+// ended. Sites on the last breakpoint leave the running index where it is.
+template <class T>
+void halve_ascending(const T* x, int32_t nx, int32_t n, const T* site, int32_t& from, int32_t* cell) {
+  const int32_t low = larger(from - 1, 0), end = settle(x, nx, site[n - 1], from);
+  int32_t lows[block_sites];
+  for (int32_t j = 0; j < n; j++) lows[j] = low;
+  halve(x, n, site, lows, end - low);
+  last_to_cell(x[0], x[nx - 1], nx, n, site, lows, cell);
+  for (int32_t j = n; j-- > 0;)
+    if (site[j] != x[nx - 1]) {
+      from = cell[j];
+      break;
+    }
+}
+
+// Many sites go together, unless they are so close to each other that hardly a range is left to halve.
 template <class T> status sorted_search(KERNEL_PARAMETERS(T)) {
+  constexpr int32_t close = 4;  // breakpoints
   const auto n = static_cast<int32_t>(nx);
-  const T first = x[0], last = x[n - 1];
   int32_t from = smaller(larger(*start, 0), n);
-  if (from == 0 && nsite > 0 && site[0] != last) {  // the first block: its sites may be anywhere
+  if (from == 0 && nsite > 0 && site[0] != x[n - 1]) {  // the first block: its sites may be anywhere
     int32_t at = 0;
     halve(x, 1, site, &at, n);
     from = at + (x[at] <= site[0]);
   }
   for (int32_t i = 0, m; (m = block_at(i, nsite, ascending_sites)) > 0; i += m) {
     const T* const s = site + i;
-    if (m == ascending_sites && ascending_cells(x, n, s, from, cell + i)) continue;
-    m = smaller(m, block_sites);
-    const int32_t low = larger(from - 1, 0), end = settle(x, n, s[m - 1], from);
-    int32_t lows[block_sites];
-    for (int32_t j = 0; j < m; j++) lows[j] = low;
-    halve(x, m, s, lows, end - low);
-    last_to_cell(first, last, n, m, s, lows, cell + i);
-    for (int32_t j = m; j-- > 0;)
-      if (s[j] != last) {
-        from = cell[i + j];
-        break;
-      }
+    if (m == ascending_sites && from < n - close && x[from + close] <= s[m - 1] &&
+        ascending_cells(x, n, s, from, cell + i))
+      continue;
+    for (int32_t j = 0; j < m; j += block_sites)
+      halve_ascending(x, n, smaller(m - j, block_sites), s + j, from, cell + i + j);
   }
   *start = from;
   return FIT_OK;
