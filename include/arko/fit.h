@@ -18,7 +18,7 @@
  * long as the task is used. A task may be used by one thread at a time; entries that take a DFThreadServices
  * (arko/threads.h; null: none) may run parts of their work on the caller's threads.
  *
- * Counts, hints and codes are 64-bit integers; nx, ny and counts of sites must be below 2^31.
+ * Counts, hints and codes are 64-bit integers; nx is at most 2^31 - 1, as cells have 32 bits inside.
  */
 #ifndef ARKO_FIT_H
 #define ARKO_FIT_H
@@ -36,11 +36,11 @@ extern "C" {
 #define FIT_ERR_NULL_TASK (-1000)
 #define FIT_ERR_MEMORY (-1001)
 #define FIT_ERR_METHOD (-1002) /* method or spline type that the entry does not have */
-#define FIT_ERR_NX (-1004)     /* too few breakpoints */
+#define FIT_ERR_NX (-1004)     /* too few breakpoints, or more than 2^31 - 1 */
 #define FIT_ERR_X (-1005)      /* breakpoints null */
 #define FIT_ERR_XHINT (-1006)
 #define FIT_ERR_NY (-1007) /* no functions, or function count and pointer disagree */
-#define FIT_ERR_Y (-1008)  /* function values null */
+#define FIT_ERR_Y (-1008)  /* function values null, or not told for a function */
 #define FIT_ERR_YHINT (-1009)
 #define FIT_ERR_ORDER (-1010)
 #define FIT_ERR_TYPE (-1011)
@@ -48,7 +48,7 @@ extern "C" {
 #define FIT_ERR_IC (-1013) /* internal conditions missing, or knots out of place */
 #define FIT_ERR_BCTYPE (-1014)
 #define FIT_ERR_BC (-1015)    /* boundary conditions missing */
-#define FIT_ERR_COEFF (-1016) /* coefficients null */
+#define FIT_ERR_COEFF (-1016) /* coefficients null, or not told for a function */
 #define FIT_ERR_COEFFHINT (-1017)
 #define FIT_ERR_PERIODIC (-1018)  /* periodic condition, but first and last value differ */
 #define FIT_ERR_ATTR (-1019)      /* unknown attribute */
@@ -72,7 +72,7 @@ extern "C" {
 #define FIT_ATTR_BC 4
 #define FIT_ATTR_COEFF 5
 /* Integers, for iEditVal and iQueryVal, with accepted values. */
-#define FIT_ATTR_NX 14        /* at least 2 */
+#define FIT_ATTR_NX 14        /* 2 to 2^31 - 1 */
 #define FIT_ATTR_XHINT 15     /* FIT_X_* */
 #define FIT_ATTR_NY 16        /* at least 1 */
 #define FIT_ATTR_YHINT 17     /* FIT_Y_* */
@@ -125,7 +125,7 @@ extern "C" {
 #define FIT_TYPE_STEP_RIGHT 8 /* the value at its right end: continuous from the left */
 
 /* Boundary conditions. bc[0] is the value at the left end, bc[1] the one at the right. */
-#define FIT_BC_NONE 0
+#define FIT_BC_NONE 0 /* Akima: its own rule; Linear: nothing to set; refused by all others */
 #define FIT_BC_NOT_A_KNOT 1
 #define FIT_BC_FREE_END 2 /* second derivatives zero */
 #define FIT_BC_D1_LEFT 4  /* first and second derivatives given: one left and one right bit added */
@@ -146,7 +146,7 @@ extern "C" {
 /* Sites. */
 #define FIT_SITE_NOHINT 0
 #define FIT_SITE_UNIFORM 4 /* the array holds the two ends of evenly spaced sites */
-#define FIT_SITE_SORTED 64 /* ascending; equal ones allowed */
+#define FIT_SITE_SORTED 64 /* ascending; equal ones allowed. Not checked: others get some cell from 0 to nx */
 
 /* ---- Tasks ------------------------------------------------------------------------------- */
 
@@ -161,8 +161,10 @@ extern "C" {
  *
  * EditPtr, EditIdxPtr and iEditVal set one attribute. Pointers of functions and rows are worked out when Y or COEFF
  * is set, from NX, NY, hints, order and type as they are then: after a change of those the pointer must be set
- * again. A search table is made with the task, and again whenever XHINT is set to FIT_X_IRREGULAR or from
- * FIT_X_UNIFORM to another value: do that after a change of X or NX.
+ * again. Functions that it was not set for have no values (FIT_ERR_Y) and no rows (FIT_ERR_COEFF) in any entry. A search
+ * table is made with the task, and again whenever XHINT is set to FIT_X_IRREGULAR or from FIT_X_UNIFORM to another
+ * value: do that after a change of X or NX. For another array or count of breakpoints the old one is not used; numbers
+ * that change in their place leave it stale.
  *
  * Queries write what is stored; QueryPtr of Y and COEFF the first pointer, null where there is none.
  *
@@ -248,9 +250,9 @@ ARKO_DF_SEARCH_PROTOTYPES(s, float);
 /* ---- Construction ------------------------------------------------------------------------ */
 
 /*
- * Each entry writes the coefficients of all functions of the task, for one kind of spline; s_order must be that of the
- * kind, and s_type FIT_TYPE_KNOT_QUADRATIC with knots. In a cell, with t the distance from its breakpoint x[i], the
- * spline is c[0] + c[1] t + c[2] t^2 + c[3] t^3.
+ * Each entry writes the coefficients of all functions of the task, for one kind of spline: the entry decides the kind.
+ * s_order must be that of the kind, and s_type FIT_TYPE_KNOT_QUADRATIC with knots. In a cell, with t the distance from
+ * its breakpoint x[i], the spline is c[0] + c[1] t + c[2] t^2 + c[3] t^3.
  *
  *   Linear         order 2. FIT_BC_PERIODIC checks that first and last value are the same; others do nothing.
  *   Quadratic      order 3. FIT_TYPE_DEFAULT with FIT_BC_MIDPOINT: a piece a cell, its derivative continuous, from
@@ -259,7 +261,8 @@ ARKO_DF_SEARCH_PROTOTYPES(s, float);
  *                  breakpoints; piece i is in powers of the distance from x[i]. With ic null knots lie in the middle.
  *                  First or second derivatives are given at the ends.
  *   DefaultCubic   order 4, from second derivatives at the inner breakpoints (ic), as they are.
- *   NaturalCubic   order 4, second derivatives continuous.
+ *   NaturalCubic   order 4, second derivatives continuous. With FIT_BC_FREE_END it is the natural spline; with
+ *                  FIT_BC_NOT_A_KNOT the two cells at an end share one cubic.
  *   HermiteCubic   order 4, from first derivatives at the inner breakpoints (ic).
  *   BesselCubic    order 4, derivatives of the parabolas through each three neighbouring points.
  *   HymanCubic     order 4, the same, bounded so that a cell is monotone as far as its values allow.
@@ -267,7 +270,8 @@ ARKO_DF_SEARCH_PROTOTYPES(s, float);
  *
  * Least nx: Linear, Quadratic, NaturalCubic 2 (with FIT_BC_NOT_A_KNOT or FIT_BC_PERIODIC 3), DefaultCubic and
  * HermiteCubic 3, BesselCubic and HymanCubic 4, AkimaCubic 5. Boundary conditions of cubics: FIT_BC_NOT_A_KNOT,
- * FIT_BC_FREE_END, the four sums of a left and a right bit, FIT_BC_PERIODIC; Akima also FIT_BC_NONE. A periodic
+ * FIT_BC_FREE_END, the four sums of a left and a right bit, FIT_BC_PERIODIC; Akima also FIT_BC_NONE, with the slopes of
+ * the parabolas through the three points at each end. Another one is FIT_ERR_BCTYPE. A periodic
  * NaturalCubic has continuous derivatives at the joint; the others one derivative at both ends, from the rule of the inner
  * ones or, with DefaultCubic and HermiteCubic, bc[0]. A NaturalCubic through three points without a knot is
  * not determined: FIT_ERR_SOLVER.
@@ -313,7 +317,8 @@ typedef int32_t (*DFInterpCallBack)(int64_t* n, const int64_t* cell, const void*
 #define FIT_R_SITE_FUNCTION 512 /* r[(i*nder + k)*ny + f] */
 
 /*
- * DFInterpolate1D evaluates the task's spline, of all functions, at nsite sites.
+ * DFInterpolate1D evaluates the task's spline, of all functions, at nsite sites. That it was constructed is the caller's
+ * to see to: coefficients are read as they are.
  *
  * Sites: with the bit of FIT_SITE_UNIFORM in `sitehint`, `site` holds the first and the last of equally spaced ones. They
  * are searched as by DFSearch1D, with `sitehint`, `datahint` and `search_cb`, which is called for up to 64 sites at a
