@@ -36,15 +36,10 @@ template <class T> struct call {
   int32_t operator()(void* task, int64_t ny) {
     constexpr int64_t spare = 4;
     r.assign(static_cast<size_t>(ny * n + spare), T(-77));
-    const auto integrate = [] {
-      if constexpr (sizeof(T) == 8)
-        return arko_df_kernel_dDFIntegrate1D;
-      else
-        return arko_df_kernel_sDFIntegrate1D;
-    }();
-    const int32_t s = integrate(task, 0, n, l.data(), lhint, u.data(), uhint, ldata, udata, r.data(), rhint,
-                                left.function, left.params, right.function, right.params, inner.function,
-                                inner.params, search, search_params, threads);
+    const int32_t s =
+        fit_entries<T>::integrate(task, 0, n, l.data(), lhint, u.data(), uhint, ldata, udata, r.data(), rhint,
+                                  left.function, left.params, right.function, right.params, inner.function,
+                                  inner.params, search, search_params, threads);
     for (int64_t i = 0; i < spare; i++) EXPECT_EQ(r[r.size() - 1 - i], T(-77));
     return s;
   }
@@ -383,48 +378,6 @@ TEST(integration, searches_with_the_callers_function) {
       EXPECT_EQ(c(task, 1), -6);
       EXPECT_EQ(search.calls.size(), 1u);
     }
-}
-
-TEST(integration, refuses_in_order) {
-  const double x[] = {0, 1, 2}, y[] = {0, 1, 2}, bad[5] = {0, 2, 0, 0, 0}, outside[5] = {0, 1, 0, 0, 4};
-  double coeff[16] = {};
-  const struct {
-    int64_t order, type, rhint;
-    const double *ldata, *udata;
-    int32_t status;
-  } rows[] = {{0, FIT_TYPE_LOOKUP, 7, bad, bad, FIT_ERR_TYPE},
-              {1, 0, 16, nullptr, nullptr, FIT_ERR_TYPE},
-              {3, 5, 16, nullptr, nullptr, FIT_ERR_TYPE},
-              {4, 1, 16, nullptr, nullptr, FIT_ERR_TYPE},
-              {0, 0, 16, nullptr, nullptr, FIT_ERR_TYPE},
-              {4, 9, 7, bad, nullptr, FIT_ERR_DATAHINT},
-              {4, 9, 7, nullptr, outside, FIT_ERR_DATAHINT},
-              {4, 9, 64, nullptr, nullptr, FIT_ERR_INTRHINT},
-              {4, 9, 256, nullptr, nullptr, FIT_ERR_INTRHINT},
-              {0, FIT_TYPE_STEP_LEFT, 64, nullptr, nullptr, FIT_ERR_INTRHINT},
-              {2, 9, 16, nullptr, nullptr, 0}};
-  for (const auto& row : rows) {
-    const fit_task<double> task(3, x, 0, 1, y);
-    ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(task, row.order, row.type, 0, nullptr, 0, nullptr, coeff, 0), 0);
-    call<double> c;
-    c.n = 1, c.l = {0}, c.u = {1}, c.rhint = row.rhint, c.ldata = row.ldata, c.udata = row.udata;
-    EXPECT_EQ(c(task, 1), row.status) << row.order << " " << row.type;
-    c.n = 0;
-    EXPECT_EQ(c(task, 1), row.status);
-  }
-  call<double> c;
-  c.n = 1, c.l = {0}, c.u = {1};
-  const fit_task<double> empty(3, x, 0);
-  for (const int64_t type : {FIT_TYPE_STEP_LEFT, FIT_TYPE_STEP_RIGHT}) {
-    ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(empty, 0, type, 0, nullptr, 0, nullptr, nullptr, 0), 0);
-    EXPECT_EQ(c(empty, 0), FIT_ERR_Y);
-  }
-  for (const auto& [order, status] : {std::pair{4, FIT_ERR_COEFF}, {0, FIT_ERR_Y}}) {
-    ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(empty, order, order ? 9 : 7, 0, nullptr, 0, nullptr, nullptr, 0),
-              0);
-    ASSERT_EQ(arko_df_kernel_iEditVal(empty, FIT_ATTR_NY, 1), 0);
-    EXPECT_EQ(c(empty, 1), status);
-  }
 }
 
 TEST(integration, is_cut_for_threads_from_its_thresholds_on) {

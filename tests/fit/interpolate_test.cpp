@@ -64,13 +64,7 @@ template <class T> struct call {
     cells.resize(static_cast<size_t>(std::max<int64_t>(0, nsite)));
     std::vector<int32_t> narrow(cells.begin(), cells.end()), orders(dorder.begin(), dorder.end());
     const std::vector<int64_t> wide_orders(dorder.begin(), dorder.end());
-    const auto interpolate = [] {
-      if constexpr (sizeof(T) == 8)
-        return arko_df_kernel_dDFInterpolate1D;
-      else
-        return arko_df_kernel_sDFInterpolate1D;
-    }();
-    const int32_t s = interpolate(
+    const int32_t s = fit_entries<T>::interpolate(
         task, type, 0, nsite, site.data(), sitehint, static_cast<int64_t>(dorder.size()),
         wide ? static_cast<const void*>(wide_orders.data()) : orders.data(), datahint, r.data(), rhint,
         wide ? static_cast<void*>(cells.data()) : narrow.data(), left.function, left.params, right.function,
@@ -402,49 +396,6 @@ TEST(interpolation, searches_with_the_callers_function) {
         EXPECT_EQ(c(task, 1, wide), 0);
       }
     }
-}
-
-TEST(interpolation, refuses_in_order) {
-  const double x[] = {0, 1, 2}, y[] = {0, 1, 2}, bad_hint[5] = {0, 2, 0, 0, 0};
-  double coeff[16] = {};
-  const struct {
-    int64_t order, type, rhint;
-    const double* datahint;
-    int32_t status;
-  } rows[] = {{1, 0, 7, bad_hint, FIT_ERR_TYPE},
-              {3, 2, 16, nullptr, FIT_ERR_TYPE},
-              {4, 1, 16, nullptr, FIT_ERR_TYPE},
-              {0, 0, 16, nullptr, FIT_ERR_TYPE},
-              {0, 9, 16, nullptr, FIT_ERR_TYPE},
-              {4, 9, 7, bad_hint, FIT_ERR_RHINT},
-              {4, 9, 64, nullptr, FIT_ERR_RHINT},
-              {4, 9, 16, bad_hint, FIT_ERR_DATAHINT},
-              {2, 5, 16, nullptr, 0},
-              {5, 5, 16, nullptr, 0}};
-  for (const auto& row : rows) {
-    const fit_task<double> task(3, x, 0, 1, y);
-    ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(task, row.order, row.type, 0, nullptr, 0, nullptr, coeff, 0), 0);
-    call<double> c;
-    c.site = {0.5}, c.nsite = 1, c.rhint = row.rhint, c.datahint = row.datahint;
-    EXPECT_EQ(c(task, 1, false), row.status) << row.order << " " << row.type;
-  }
-  call<double> c;
-  c.site = {0.5}, c.nsite = 1;
-  const fit_task<double> empty(3, x, 0);
-  const struct {
-    int64_t type, order;
-    int32_t status;
-  } bare[] = {{FIT_TYPE_NATURAL, 4, FIT_ERR_COEFF}, {FIT_TYPE_STEP_LEFT, 0, FIT_ERR_Y}};
-  for (const auto& row : bare) {  // without arrays to read
-    ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(empty, row.order, row.type, 0, nullptr, 0, nullptr, nullptr, 0),
-              0);
-    ASSERT_EQ(arko_df_kernel_iEditVal(empty, FIT_ATTR_NY, 1), 0);
-    EXPECT_EQ(c(empty, 1, false), row.status);
-  }
-  c.nsite = 0;
-  const fit_task<double> task(3, x, 0, 1, y);
-  ASSERT_EQ(arko_df_kernel_dEditPPSpline1D(task, 4, 9, 0, nullptr, 0, nullptr, coeff, 0), 0);
-  EXPECT_EQ(c(task, 0, false), 0);
 }
 
 TEST(interpolation, is_cut_for_threads_above_its_threshold) {

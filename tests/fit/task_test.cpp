@@ -55,34 +55,6 @@ TYPED_TEST(task_of, creation_checks_in_order) {
   }
 }
 
-TYPED_TEST(task_of, record) {
-  using T = TypeParam;
-  const T x[3] = {0, 1, 3}, y[6] = {};
-  T c[100];
-  const fit_task<T> task(3, x, 1, 2, y, 128, 7);
-  using entries = fit_entries<T>;
-  ASSERT_EQ(entries::edit_spline(task, 4, 3, 36, y, 1, y + 1, c, 16), FIT_OK);
-  const auto* const bytes = static_cast<const char*>(task.get());
-  const auto at = [&]<class Field>(int offset, Field) {
-    Field value;
-    std::memcpy(&value, bytes + offset, sizeof value);
-    return value;
-  };
-  EXPECT_EQ(at(0, int32_t()), 7);
-  EXPECT_EQ(bytes[4], 4);
-  EXPECT_EQ(at(8, int32_t()), sizeof(T) == 8);
-  EXPECT_EQ(at(12, int32_t()), 1);
-  const int64_t counts[][2] = {{16, 3}, {32, 1}, {40, 2},  {56, 128}, {64, 4},
-                               {72, 3}, {80, 1}, {96, 36}, {120, 16}};
-  for (const auto& [offset, value] : counts)
-    EXPECT_EQ(at(static_cast<int>(offset), int64_t()), value) << offset;
-  const void* const pointers[][2] = {{bytes + 24, x}, {bytes + 88, y + 1}, {bytes + 104, y}};
-  for (const auto& [where, value] : pointers) EXPECT_EQ(*static_cast<const void* const*>(where), value);
-  EXPECT_EQ(at(48, (const T**)nullptr)[0], y);
-  EXPECT_EQ(at(48, (const T**)nullptr)[1], nullptr);
-  EXPECT_EQ(at(112, (T**)nullptr)[1], c + 8);
-}
-
 // Which function each pointer belongs to, by storage hint; rows of the knot quadratic are one cell longer.
 TYPED_TEST(task_of, tables_of_pointers) {
   using T = TypeParam;
@@ -165,6 +137,9 @@ TYPED_TEST(task_of, functions_beyond_a_table_are_missing) {
     ASSERT_EQ(entries::edit_spline(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0), FIT_OK);
     ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_NY, k.later_ny), FIT_OK);
     ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_YHINT, k.later_yhint), FIT_OK);
+    // An array told by its index is one function's, and makes no room for more.
+    const auto first = entries::edit_indexed(task, FIT_ATTR_Y, 0, y.data());
+    EXPECT_EQ(first, k.later_yhint == FIT_Y_BYSITE ? FIT_ERR_YHINT : FIT_OK);
     const auto read = [&] {
       const int32_t found[] = {
           entries::interpolate(task, 0, 0, 1, x, 0, 0, nullptr, nullptr, r.data(), 0, nullptr, nullptr,
@@ -193,6 +168,10 @@ TYPED_TEST(task_of, functions_beyond_a_table_are_missing) {
     ASSERT_EQ(entries::edit_pointer(task, FIT_ATTR_Y, y.data()), FIT_OK);  // and all is well again
     ASSERT_EQ(entries::edit_spline(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0), FIT_OK);
     EXPECT_EQ(read(), FIT_OK);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_YHINT, FIT_Y_PTRS), FIT_OK);
+    ASSERT_EQ(entries::edit_indexed(task, FIT_ATTR_Y, 0, y.data()), FIT_OK);
+    ASSERT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_YHINT, FIT_Y_BYSITE), FIT_OK);
+    EXPECT_EQ(entries::linear(task, 0, 0, nullptr), k.later_ny > 1 ? FIT_ERR_Y : FIT_OK);
   }
 }
 
