@@ -119,7 +119,7 @@ template <class T> struct stretches {
 // two-sum), so that the error does not grow with their number.
 template <class P> auto sum_of_pieces(const P& p, int32_t m, int32_t end) {
   decltype(p.whole(m)) sum = 0, lost = 0;
-  for (; m + 8 <= end; m += 8) {
+  for (; end - m >= 8; m += 8) {
     const auto eight = ((p.whole(m) + p.whole(m + 1)) + (p.whole(m + 2) + p.whole(m + 3))) +
                        ((p.whole(m + 4) + p.whole(m + 5)) + (p.whole(m + 6) + p.whole(m + 7)));
     const auto next = sum + eight, added = next - sum;

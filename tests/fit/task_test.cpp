@@ -187,7 +187,13 @@ TYPED_TEST(task_of, as_many_breakpoints_as_cells_have_numbers) {
       EXPECT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_NX, nx), FIT_ERR_NX);
       EXPECT_EQ(record(task).nx, 2);
     }
-  EXPECT_EQ(fit_task<T>(limit - 1, ends, FIT_X_UNIFORM).status(), FIT_OK);
+  const fit_task<T> task(limit - 1, ends, FIT_X_UNIFORM);
+  const T sites[] = {-1, 1, 2};
+  int32_t cells[3];
+  EXPECT_EQ(fit_entries<T>::search(task, 0, 3, sites, 0, nullptr, cells, nullptr, nullptr, nullptr), FIT_OK);
+  EXPECT_EQ(cells[0], 0);
+  EXPECT_EQ(cells[1], limit - 2);
+  EXPECT_EQ(cells[2], limit - 1);
 }
 
 TYPED_TEST(task_of, refuses_and_keeps) {
