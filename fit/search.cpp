@@ -124,8 +124,8 @@ template <class T> status quasi_uniform_search(KERNEL_PARAMETERS(T)) {
   return FIT_OK;
 }
 
-// Cells of a block of ascending sites: the range ends with the cell of the last of them, and begins where the block before
-// ended. Sites on the last breakpoint leave the running index where it is.
+// Cells of a block of ascending sites: the range ends with the cell of the last of them, and begins where the block
+// before ended. Sites on the last breakpoint leave the running index where it is.
 template <class T>
 void halve_ascending(const T* x, int32_t nx, int32_t n, const T* site, int32_t& from, int32_t* cell) {
   const int32_t low = larger(from - 1, 0), end = settle(x, nx, site[n - 1], from);

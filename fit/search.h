@@ -24,8 +24,8 @@ template <class T>
 status choose_search(searcher<T>& out, const task& t, int64_t sitehint, const double* datahint,
                      DFSearchCallBack callback, void* params, void* spare);
 
-// The cells of n sites, with a callback at most user_sites. `start` is the running index of method::sorted, 0 before the
-// first block of ascending sites; the others leave it alone. Negative: the status of the callback.
+// The cells of n sites, with a callback at most user_sites. `start` is the running index of method::sorted, 0 before
+// the first block of ascending sites; the others leave it alone. Negative: the status of the callback.
 inline constexpr int32_t user_sites = 128;  // in one call of the callback
 template <class T>
 status find_cells(const searcher<T>& how, int32_t n, const T* site, int32_t& start, int32_t* cell);

@@ -13,7 +13,7 @@ using namespace arko::test;
 using entries = fit_entries<double>;
 
 TEST(threads, change_nothing) {
-  constexpr std::size_t n = 9001, ny = 6, sites = 5000;
+  constexpr std::size_t n = 4501, ny = 3, sites = 1500;
   std::mt19937 random(1);
   const auto number = [&] { return std::generate_canonical<double, 53>(random); };
   std::vector<double> x(n), y(n * ny), site(sites), results[3];
@@ -42,7 +42,7 @@ TEST(threads, change_nothing) {
                                    nullptr, services),
               0);
     ASSERT_EQ(
-        entries::integrate(task, 0, 1000, site.data(), 0, x.data(), 0, nullptr, nullptr, &r[ny * sites], 0,
+        entries::integrate(task, 0, 700, site.data(), 0, x.data(), 0, nullptr, nullptr, &r[ny * sites], 0,
                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, services),
         0);
     r.insert(r.end(), c.begin(), c.end());
