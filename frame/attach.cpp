@@ -10,6 +10,7 @@ namespace {
 
 [[gnu::constructor]] void load() {
   arko_serv_ending();  // a first call makes later answers right
+  zur::watch_forks();
   zur::attach();
 }
 

@@ -16,20 +16,20 @@ private_heap* private_heap::create() {
 void* private_heap::allocate(std::size_t size) {
   auto* block = static_cast<link*>(arko_serv_allocate(sizeof(link) + size, 128));
   if (!block) return nullptr;
-  arko_serv_lock(&lock_);
+  lock();
   *block = {&blocks_, blocks_.next};
   block->next->previous = block;
   blocks_.next = block;
-  arko_serv_unlock(&lock_);
+  unlock();
   return block + 1;
 }
 
 void private_heap::release(void* memory) {
   link* block = static_cast<link*>(memory) - 1;
-  arko_serv_lock(&lock_);
+  lock();
   block->previous->next = block->next;
   block->next->previous = block->previous;
-  arko_serv_unlock(&lock_);
+  unlock();
   arko_serv_deallocate(block);
 }
 
@@ -41,5 +41,9 @@ void private_heap::destroy() {
   }
   arko_serv_deallocate(this);
 }
+
+void private_heap::lock() { arko_serv_lock(&lock_); }
+
+void private_heap::unlock() { arko_serv_unlock(&lock_); }
 
 }  // namespace zur

@@ -12,6 +12,10 @@ class private_heap {
   void release(void* block);
   void destroy();
 
+  // What allocate and release take for a moment; held around fork().
+  void lock();
+  void unlock();
+
  private:
   struct alignas(16) link {
     link *previous, *next;

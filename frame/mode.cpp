@@ -6,6 +6,9 @@
 #include "frame/state.h"
 
 namespace zur {
+
+std::int32_t environment_lock = 0;
+
 namespace {
 
 constexpr int text_size = 256;  // the option text with its end
@@ -47,8 +50,6 @@ bool begins_with(const char* text, const char* start, int length) {
     if (text[i] != start[i]) return false;  // also at the end of a shorter text
   return true;
 }
-
-std::int32_t environment_lock = 0;
 
 std::uint32_t first_mode() {
   char text[text_size];

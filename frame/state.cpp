@@ -3,6 +3,7 @@
 
 #include <arko/core.h>
 #include <pthread.h>
+#include <sched.h>
 
 #include "frame/heap.h"
 
@@ -13,16 +14,20 @@ constexpr std::int32_t no_slot = -1;
 
 std::int32_t slot = no_slot;  // a pthread key; keys are small and not negative
 private_heap* heap = nullptr;
-std::int32_t slot_lock = 0, heap_lock = 0;  // never held together
+std::int32_t slot_lock = 0, heap_lock = 0;  // held together only around fork
+std::int32_t ending_threads = 0;            // inside thread_end
 
 std::int32_t current_slot() { return __atomic_load_n(&slot, __ATOMIC_ACQUIRE); }
 private_heap* current_heap() { return __atomic_load_n(&heap, __ATOMIC_ACQUIRE); }
 
 void complain() { arko_serv_print(1, 773, 0); }
 
-// Runs when a thread ends that has a record.
+// Runs when a thread ends that has a record. Either detach sees the thread here and waits for it, or the thread sees
+// no heap any more: both sides write before they look.
 void thread_end(void* record) {
-  if (private_heap* h = current_heap()) h->release(record);
+  __atomic_fetch_add(&ending_threads, 1, __ATOMIC_SEQ_CST);
+  if (private_heap* h = __atomic_load_n(&heap, __ATOMIC_SEQ_CST)) h->release(record);
+  __atomic_fetch_sub(&ending_threads, 1, __ATOMIC_RELEASE);
 }
 
 // False where the slot cannot be had. `made` tells whether this call made it.
@@ -83,7 +88,28 @@ thread_state* record_in_slot() {
   return *record;
 }
 
+void before_fork() {
+  arko_serv_lock(&slot_lock);
+  arko_serv_lock(&heap_lock);
+  arko_serv_lock(&environment_lock);
+  if (private_heap* h = current_heap()) h->lock();
+}
+
+void after_fork() {
+  if (private_heap* h = current_heap()) h->unlock();
+  arko_serv_unlock(&environment_lock);
+  arko_serv_unlock(&heap_lock);
+  arko_serv_unlock(&slot_lock);
+}
+
+void in_child() {
+  ending_threads = 0;
+  after_fork();
+}
+
 }  // namespace
+
+void watch_forks() { pthread_atfork(before_fork, after_fork, in_child); }
 
 thread_state& state() {
   if (thread_state* record = record_in_slot()) [[likely]]
@@ -109,7 +135,11 @@ void detach() {
     pthread_key_delete(static_cast<pthread_key_t>(key));
     __atomic_store_n(&slot, no_slot, __ATOMIC_RELEASE);
   }
-  if (private_heap* h = __atomic_exchange_n(&heap, nullptr, __ATOMIC_ACQ_REL)) h->destroy();
+  arko_serv_lock(&heap_lock);
+  private_heap* h = __atomic_exchange_n(&heap, nullptr, __ATOMIC_SEQ_CST);
+  arko_serv_unlock(&heap_lock);
+  while (__atomic_load_n(&ending_threads, __ATOMIC_SEQ_CST)) sched_yield();
+  if (h) h->destroy();
 }
 
 }  // namespace zur

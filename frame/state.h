@@ -25,6 +25,11 @@ bool attach();
 // Releases the calling thread's record, the slot and the heap, other threads' records with it.
 void detach();
 
+// From now on fork() waits until no thread is inside a lock of the frame, so that none is held in the child, where
+// no other thread goes on. It ends with the module.
+void watch_forks();
+extern std::int32_t environment_lock;  // around reads of the environment
+
 // The mode word. The first read on a thread takes it from the environment.
 std::uint32_t mode();
 

@@ -68,4 +68,29 @@ TEST(messages, lines_of_threads_do_not_mix) {
   EXPECT_EQ(lines, expected);
 }
 
+TEST(fork, leaves_the_memory_of_matrix_products_usable) {
+  const std::int32_t n = 4;
+  const double one = 1, a[16] = {};
+  const auto product = [&] {
+    double c[16] = {};
+    arko_blas_dsyrk("u", "n", &n, &n, &one, a, &n, &one, c, &n);
+  };
+  std::atomic<bool> done{false};
+  std::thread users([&] {
+    in_threads([&](int) {
+      while (!done) product();
+    });
+  });
+  arko::test::ending end{};
+  for (int i = 0; i < 100 && end.signal == 0; ++i)
+    end = arko::test::in_child([&] {
+      alarm(20);
+      product();
+      _exit(0);
+    });
+  EXPECT_EQ(end.signal, 0);
+  done = true;
+  users.join();
+}
+
 }  // namespace

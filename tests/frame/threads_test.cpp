@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <barrier>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -73,6 +76,35 @@ TEST(threads, make_slot_and_heap_once_between_them) {
     on_threads([&](int) { EXPECT_EQ(zur.mode(), 0x1A02u); });
     EXPECT_EQ(arko_core_live_blocks(), before + 1);
   }
+}
+
+// The child has the forking thread alone, which has no record yet: it needs every lock of a first use.
+TEST(fork, leaves_no_lock_held_in_the_child) {
+  for (int i = 0; i < 20000; i++)
+    setenv(("ARKO_TEST_" + std::to_string(i)).c_str(), "", 1);  // a long look-up
+  {
+    const module zur;
+    std::atomic<bool> done = false;
+    std::vector<std::thread> users;
+    for (int t = 0; t < 4; t++)
+      users.emplace_back([&] {
+        while (!done) on_new_thread([&] { zur.mode(); });
+      });
+    on_new_thread([&] {
+      ending end{};
+      for (int i = 0; i < 300 && end.signal == 0 && end.exit_code == 0; i++)
+        end = in_child([&] {
+          alarm(20);
+          _exit(zur.mode() != 0x1A02);
+        });
+      EXPECT_EQ(end.signal, 0);
+      EXPECT_EQ(end.exit_code, 0);
+    });
+    done = true;
+    for (std::thread& user : users) user.join();
+  }
+  for (int i = 0; i < 20000; i++) unsetenv(("ARKO_TEST_" + std::to_string(i)).c_str());
+  EXPECT_EQ(in_child([] { _exit(0); }).signal, 0);  // the module has gone, and what it did at a fork with it
 }
 
 }  // namespace

@@ -1,0 +1,35 @@
+// Threads that end while the module is unloaded. The frame's sources are in this program, since the system takes no
+// care that a thread has left a library whose code goes away.
+
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <thread>
+#include <vector>
+
+#include "core/testing.h"
+#include "frame/state.h"
+
+namespace {
+
+TEST(unload, and_threads_that_end_release_each_record_once) {
+  constexpr int count = 8;
+  const std::int64_t before = arko_core_live_blocks();
+  for (int round = 0; round < 1000; round++) {
+    ASSERT_TRUE(zur::attach());
+    std::barrier used(count + 1);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < count; t++)
+      threads.emplace_back([&] {
+        zur::state();
+        used.arrive_and_wait();
+      });
+    used.arrive_and_wait();
+    zur::detach();
+    ASSERT_EQ(arko_core_live_blocks(), before);
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_EQ(arko_core_live_blocks(), before);
+  }
+}
+
+}  // namespace
