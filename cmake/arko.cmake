@@ -22,16 +22,17 @@ function(arko_library target output)
   endif()
 endfunction()
 
-# arko_generate(file tool inputs...): FILE below the generated folder, written by TOOL, a program of tools/. The
-# rule depends on sources and not on the tool's binary, and a new tree that runs it leaves a file that is the same as
-# it is, so that nothing in the other trees is built again.
+# arko_generate(file tool): FILE below the generated folder, written by TOOL, a program of tools/. The rule depends on the
+# tool and so on all that the tool is made of. A new tree runs it too, but leaves a file that is the same as it is, so
+# that nothing in the other trees is built again; trees that are built at once write to files of their own first.
 function(arko_generate file tool)
-  get_filename_component(folder ${ARKO_GENERATED}/${file} DIRECTORY)
-  add_custom_command(OUTPUT ${ARKO_GENERATED}/${file}
+  set(result ${ARKO_GENERATED}/${file})
+  get_filename_component(folder ${result} DIRECTORY)
+  string(MD5 tree ${CMAKE_BINARY_DIR})
+  add_custom_command(OUTPUT ${result}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-    COMMAND ${tool} ${ARKO_GENERATED}/${file}.new
-    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${ARKO_GENERATED}/${file}.new ${ARKO_GENERATED}/${file}
-    COMMAND ${CMAKE_COMMAND} -E rm ${ARKO_GENERATED}/${file}.new
-    DEPENDS ${CMAKE_SOURCE_DIR}/tools/${tool}.cpp ${ARGN}
+    COMMAND ${tool} ${result}.${tree}
+    COMMAND ${CMAKE_COMMAND} -D FILE=${result} -D NEW=${result}.${tree} -P ${CMAKE_SOURCE_DIR}/cmake/replace.cmake
+    DEPENDS ${tool} ${CMAKE_SOURCE_DIR}/cmake/replace.cmake
     COMMENT "Writing ${file}" VERBATIM)
 endfunction()
