@@ -18,10 +18,13 @@ stage() {
   fi
 }
 
-# built PRESET [TARGETS...]: configures, the first time only, and builds.
+# built PRESET [TARGETS...]: configures, where the presets are newer, and builds; by ccache where that is installed.
 built() {
   preset=$1
   shift
-  [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset"
+  if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  fi
+  [ "build/$preset/build.ninja" -nt CMakePresets.json ] || cmake --preset "$preset" || return
   cmake --build "build/$preset" ${1:+--target "$@"}
 }
