@@ -13,7 +13,7 @@ function finish() {
 /^\[       OK \] .* ms\)$/ { ok++ }
 /^\[  FAILED  \] .* ms\)$/ { bad++ }
 /^\[  SKIPPED \] .* ms\)$/ { skips++; told = told "  skipped " $4 ": " reason "\n" }
-/^Test Passed\.$/ { good = 1 }
+/^Test Pass(ed\.| Reason:)$/ { good = 1 }
 why { reason = $0; why = 0 }
 /: Skipped$/ { why = 1 }
 END { finish(); print passed + 0, failed + 0, skipped + 0; printf "%s", told }

@@ -98,10 +98,11 @@ ARKO_CORE_API int32_t arko_serv_ending(void);
 /* ---- Linear algebra ---------------------------------------------------------------------- */
 
 /*
- * The routines of an installed BLAS and LAPACK under names of this library's own, for double (d)
- * and single (s) precision. Arguments are those of the published routine in their published order, all
+ * The routines of BLAS and LAPACK under names of this library's own, for double (d) and single (s)
+ * precision, from a build inside the library that uses the calling thread alone, whatever else of that kind
+ * the program has loaded. Arguments are those of the published routine in their published order, all
  * by reference: letters as const char *, integers as int32_t, matrices by columns. On a wrong
- * argument a routine does nothing but what the installed library does to tell so.
+ * argument a routine sets `info`, where it has one, and prints a line to standard output; nothing else.
  *
  *   arko_blas_dgemm, arko_blas_xdgemm    C := alpha op(A) op(B) + beta C
  *   arko_blas_dgemv                      y := alpha op(A) x + beta y

@@ -60,7 +60,8 @@ extern "C" {
 #define ZUR_TRAP_UNDERFLOW 0x08000000u
 #define ZUR_TRAP_MASK 0x0F000000u
 
-/* Element statuses. Kernels give 1 to 4. */
+/* Element statuses. Kernels give 1 to 4; those below 0 are for callers that check arguments before they call, and
+ * come from no function of this library. */
 #define ZUR_STATUS_OK 0
 #define ZUR_STATUS_BAD_ARGUMENT (-1)
 #define ZUR_STATUS_BAD_ACCESS (-2)
@@ -87,6 +88,12 @@ struct ZurErrorContext {
  * A callback runs on the kernel's thread, inside the kernel, with floating-point exceptions masked. Returning
  * 0 stores Res1 and Res2 of the record as the element's results and lets errno, printing and exception
  * follow; any other value ends the report and drops changes to the record.
+ *
+ * A kernel reads up to 32 elements ahead. So what a callback writes to arguments behind its own may come too late for
+ * the next 31, and what it writes to results other than by Res1 and Res2 may be written over. A mode or a callback
+ * that it sets holds from the next report on, or for the rest of this one already; but whether denormals are flushed,
+ * and in the exponentials whether the error mode is NOERR, was read when the kernel began. It may call kernels: their
+ * elements are reported as any others, to the callback that is set, and the last status is theirs.
  */
 typedef int32_t (*ZurErrorCallBack)(struct ZurErrorContext*);
 
@@ -100,8 +107,8 @@ int32_t arko_zur_kernel_GetTTableIndexM(uint32_t ignored, uint32_t mode);
 
 /*
  * The mode word. The first read on a thread takes it from the environment variable ARKO_ZURMODE: keywords
- * such as ZUR_EP,ZUR_ERRMODE_NOERR joined by commas without blanks; anything else, and a text of 256
- * characters or more, counts as absent. The default is ZUR_HA | ZUR_ERRMODE_DEFAULT.
+ * such as ZUR_EP,ZUR_ERRMODE_NOERR joined by commas without blanks; a text with anything else in it, or of 256
+ * characters or more, counts as absent, without a message. The default is ZUR_HA | ZUR_ERRMODE_DEFAULT.
  */
 uint32_t arko_zur_kernel_GetMode(void);
 uint32_t _zurGetMode(void);
