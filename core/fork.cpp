@@ -1,16 +1,10 @@
-// fork() and the memory of matrix products.
-//
-// OpenBLAS hands out its buffers behind a lock of its own, which a fork at the wrong moment would leave held in the
-// child for good. The linker sends its calls through here (--wrap), behind a lock that fork takes.
+// fork(): the lock that it takes, and what stands behind that lock.
+
+#include "core/fork.h"
 
 #include <pthread.h>
 
 #include "arko/core.h"
-
-extern "C" {
-void* __real_blas_memory_alloc(int position);
-void __real_blas_memory_free(void* buffer);
-}
 
 namespace {
 
@@ -23,15 +17,26 @@ __attribute__((constructor)) void watch_forks() { pthread_atfork(lock, unlock, u
 
 }  // namespace
 
-extern "C" __attribute__((visibility("hidden"))) void* __wrap_blas_memory_alloc(int position) {
-  lock();
-  void* buffer = __real_blas_memory_alloc(position);
-  unlock();
-  return buffer;
+namespace arko::core {
+
+fork_guard::fork_guard() { lock(); }
+fork_guard::~fork_guard() { unlock(); }
+
+}  // namespace arko::core
+
+// OpenBLAS hands out its buffers behind a lock of its own. The linker sends its calls through here (--wrap).
+extern "C" {
+
+void* __real_blas_memory_alloc(int position);
+void __real_blas_memory_free(void* buffer);
+
+__attribute__((visibility("hidden"))) void* __wrap_blas_memory_alloc(int position) {
+  const arko::core::fork_guard guard;
+  return __real_blas_memory_alloc(position);
 }
 
-extern "C" __attribute__((visibility("hidden"))) void __wrap_blas_memory_free(void* buffer) {
-  lock();
+__attribute__((visibility("hidden"))) void __wrap_blas_memory_free(void* buffer) {
+  const arko::core::fork_guard guard;
   __real_blas_memory_free(buffer);
-  unlock();
+}
 }

@@ -9,6 +9,7 @@
 #endif
 
 #include "arko/core.h"
+#include "core/fork.h"
 
 extern "C" int32_t arko_serv_getenv(const char* name, char* buffer, int32_t size) {
   const char* value = std::getenv(name);
@@ -56,7 +57,10 @@ void note_ending() { ending.store(true, std::memory_order_relaxed); }
 // them, registered just before the program's own code starts. So if this library came with the program,
 // the handler of its constructor is too early to run before those destructors. Nobody tells when the
 // program's own code has started, so the first few calls of arko_serv_ending register it again.
-__attribute__((constructor)) void watch_for_ending() { std::atexit(note_ending); }
+__attribute__((constructor)) void watch_for_ending() {
+  const arko::core::fork_guard guard;  // the C library's list of handlers has a lock
+  std::atexit(note_ending);
+}
 
 constexpr int most_watches = 16;
 std::atomic<int> watches{0};

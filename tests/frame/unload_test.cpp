@@ -15,7 +15,7 @@ namespace {
 TEST(unload, and_threads_that_end_release_each_record_once) {
   constexpr int count = 8;
   const std::int64_t before = arko_core_live_blocks();
-  for (int round = 0; round < 1000; round++) {
+  for (int round = 0; round < 400; round++) {
     ASSERT_TRUE(zur::attach());
     std::barrier used(count + 1);
     std::vector<std::thread> threads;
