@@ -92,7 +92,7 @@ constexpr char head[] = R"(/*
  *
  *   LA  _21 (single), _50 (double)   low accuracy: fast, below 4 ulp
  *   HA  no suffix, or _HA            high accuracy: below 1 ulp
- *   EP  _11 (single), _26 (double)   enhanced performance: 11 or 26 good bits
+ *   EP  _11 (single), _26 (double)   enhanced performance: 11 or 26 good bits (double Ln near 1: see there)
  *
  * and in two forms. The plain form walks arrays of n elements one after the other; the form with a trailing I
  * (the strided twin) takes an increment for each array, in elements, any sign and 0 included: element i is at
