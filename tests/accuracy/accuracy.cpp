@@ -24,17 +24,23 @@
 #include <vector>
 
 #include "tests/support/references.h"
+#include "tests/support/registry.h"
 #include "tests/support/ulp.h"
 #include "vector/elements.h"
 
 namespace {
 
-using namespace arko::test;
+using arko::test::exact, arko::test::in_ulps, arko::test::interval, arko::test::meter, arko::test::worst;
+using arko::test::pair_reference, arko::test::reference, arko::test::reference_of;
+namespace references = arko::test::references;
 
 enum level { LA, HA, EP };
 constexpr const char* level_name[] = {"LA", "HA", "EP"};
 
-template <class E> constexpr const char* type_name = sizeof(E) == 4 ? "single" : "double";
+// Of a function's type letter.
+constexpr const char* type_name(char type) {
+  return type == 's' ? "single" : type == 'd' ? "double" : type == 'c' ? "single complex" : "double complex";
+}
 
 // ---- Limits
 
@@ -54,40 +60,33 @@ template <class E, class A> bool met(level l, const allowed& a, const meter<E, A
   return m.normal.error <= (l == LA ? a.la : a.ha) && m.tiny.error < (l == LA ? c.la : c.ha);
 }
 
-#define LIMITS(type, root, ...)                                                                \
-  constexpr limits limits_of_##type##root{__VA_ARGS__};                                        \
-  static_assert(within(limits_of_##type##root.unit, contract(sizeof(ZUR_ELEMENT_##type))) &&   \
-                    within(limits_of_##type##root.twin, contract(sizeof(ZUR_ELEMENT_##type))), \
+#define LIMITS(type, root, ...)                                                             \
+  constexpr limits limits_of_##type##root{__VA_ARGS__};                                     \
+  static_assert(within(limits_of_##type##root.unit, contract(sizeof(ZUR_REAL_##type))) &&   \
+                    within(limits_of_##type##root.twin, contract(sizeof(ZUR_REAL_##type))), \
                 "the limits of " #type #root " are outside the accuracy contract");
 #include "vector/limits.def"
 
 // ---- Kernels
 
-// Argument forms by their numbers of inputs.
-template <class E, std::size_t inputs> struct call_of;
-template <class E> struct call_of<E, 1> {
-  using unit = void(int32_t, const E*, E*);
-  using twin = void(int32_t, const E*, int32_t, E*, int32_t);
-};
-template <class E> struct call_of<E, 2> {
-  using unit = void(int32_t, const E*, const E*, E*);
-  using twin = void(int32_t, const E*, int32_t, const E*, int32_t, E*, int32_t);
-};
-
+// A function of `inputs` numbers: real arguments, or the parts of a complex one.
 template <class E, std::size_t inputs> struct function {
   const char* root;
-  typename call_of<E, inputs>::unit* const* unit;
-  typename call_of<E, inputs>::twin* const* twin;  // null: there is none
+  const arko::test::function *unit, *twin;  // twin is null where there is none
   const reference_of<inputs>& meant;
   limits allowed;
+
+  char type() const { return unit->type; }
+  std::size_t outputs() const { return std::size_t(unit->how->outputs) * parts_out(); }
+  // Numbers of an element.
+  std::size_t parts_in() const { return unit->how->in_size / sizeof(E); }
+  std::size_t parts_out() const { return unit->how->out_size / sizeof(E); }
 };
 
 constexpr int block = 4096;
 
-// Arguments and results of a block, side by side and at every other place.
-template <class E, std::size_t inputs> struct arrays {
-  E in[inputs][block], spread_in[inputs][2 * block], out[block], spread_out[2 * block];
-};
+// Arguments and results of a block: for unit stride side by side, for twins at every other place.
+template <class E> struct arrays { E in[2][4 * block], spread_in[2][4 * block], out[2][4 * block]; };
 
 template <class E, std::size_t inputs> using arguments = std::array<E, inputs>;
 
@@ -97,23 +96,27 @@ template <class E, std::size_t inputs> struct kernel {
   std::vector<level> levels;  // those that share it
 
   const allowed& limit() const { return twin ? of.allowed.twin : of.allowed.unit; }
-  void run(int n, arrays<E, inputs>& a) const {
-    const auto unit_call = of.unit[levels[0]];
-    if (!twin) {
-      if constexpr (inputs == 1) unit_call(n, a.in[0], a.out);
-      if constexpr (inputs == 2) unit_call(n, a.in[0], a.in[1], a.out);
-      return;
-    }
-    const auto twin_call = of.twin[levels[0]];
-    if constexpr (inputs == 1) twin_call(n, a.spread_in[0], 2, a.spread_out, 2);
-    if constexpr (inputs == 2) twin_call(n, a.spread_in[0], 2, a.spread_in[1], 2, a.spread_out, 2);
-    for (int i = 0; i < n; i++) a.out[i] = a.spread_out[2 * i];
+  void run(int n, arrays<E>& a) const {
+    auto& in = twin ? a.spread_in : a.in;
+    (twin ? *of.twin : *of.unit)(levels[0], {n, {in[0], in[1]}, {a.out[0], a.out[1]}, {2, 2}, {2, 2}});
+  }
+  // Number o of the results of element i.
+  E result(const arrays<E>& a, std::size_t o, std::size_t i) const {
+    const std::size_t parts = of.parts_out();
+    return a.out[o / parts][(twin ? 2 * i : i) * parts + o % parts];
   }
 };
 
-template <class E, std::size_t inputs, class table>
-void add_kernels(std::vector<kernel<E, inputs>>& list, const function<E, inputs>& f, bool twin,
-                 table entries) {
+template <class E, std::size_t inputs>
+void lay(const function<E, inputs>& of, const arguments<E, inputs>& x, std::size_t i, arrays<E>& a) {
+  const std::size_t parts = of.parts_in();
+  for (std::size_t s = 0; s < inputs; s++)
+    a.in[s / parts][i * parts + s % parts] = a.spread_in[s / parts][2 * i * parts + s % parts] = x[s];
+}
+
+template <class E, std::size_t inputs>
+void add_kernels(std::vector<kernel<E, inputs>>& list, const function<E, inputs>& f, bool twin) {
+  const auto& entries = (twin ? f.twin : f.unit)->table;
   const auto first = list.size();
   for (level l : {LA, HA, EP}) {
     auto k = list.begin() + long(first);
@@ -245,20 +248,26 @@ struct number {  // of MPFR
   number& operator=(const number&) = delete;
 };
 
-template <class E> exact<E> precise(const reference& meant, const arguments<E, 1>& x, number (&scratch)[2]) {
+// Result o of the function.
+template <class E>
+exact<E> precise(const reference& meant, std::size_t o, const arguments<E, 1>& x, number (&scratch)[2]) {
   mpfr_set_d(scratch[0].v, x[0], MPFR_RNDN);
-  meant.precise(scratch[0].v, scratch[0].v, MPFR_RNDN);
+  (o ? meant.second.precise : meant.precise)(scratch[0].v, scratch[0].v, MPFR_RNDN);
   return exact<E>(scratch[0].v);
 }
 template <class E>
-exact<E> precise(const pair_reference& meant, const arguments<E, 2>& x, number (&scratch)[2]) {
+exact<E> precise(const pair_reference& meant, std::size_t, const arguments<E, 2>& x, number (&scratch)[2]) {
   for (int s : {0, 1}) mpfr_set_d(scratch[s].v, x[std::size_t(s)], MPFR_RNDN);
   meant.precise(scratch[0].v, scratch[0].v, scratch[1].v, MPFR_RNDN);
   return exact<E>(scratch[0].v);
 }
 
-double quick(const reference& meant, const arguments<float, 1>& x) { return meant.quick(x[0]); }
-double quick(const pair_reference& meant, const arguments<float, 2>& x) { return meant.quick(x[0], x[1]); }
+double quick(const reference& meant, std::size_t o, const arguments<float, 1>& x) {
+  return (o ? meant.second.quick : meant.quick)(x[0]);
+}
+double quick(const pair_reference& meant, std::size_t, const arguments<float, 2>& x) {
+  return meant.quick(x[0], x[1]);
+}
 
 template <class E, std::size_t inputs> using meters = std::vector<meter<E, arguments<E, inputs>>>;
 
@@ -266,33 +275,40 @@ template <class E, std::size_t inputs> using meters = std::vector<meter<E, argum
 template <class E, std::size_t inputs>
 void measure_part(const pass<E, inputs>& p, const std::vector<kernel<E, inputs>>& kernels, unsigned which,
                   unsigned of, bool progress, meters<E, inputs>& found) {
-  const auto& meant = kernels[0].of.meant;
-  const auto memory = std::make_unique<arrays<E, inputs>>();
-  arrays<E, inputs>& a = *memory;
+  const auto& of_all = kernels[0].of;
+  const auto& meant = of_all.meant;
+  const std::size_t outputs = of_all.outputs();
+  const auto memory = std::make_unique<arrays<E>>();
+  arrays<E>& a = *memory;
   number scratch[2];
-  std::vector<exact<E>> wanted;
+  std::vector<exact<E>> wanted;  // all results of an element side by side
   std::vector<arguments<E, inputs>> at;
   arko_zur_kernel_SetMode(ZUR_ERRMODE_IGNORE);
   for (std::uint64_t first = which * block; first < p.count; first += of * block) {
     if (progress && first % (1 << 28) == 0)
-      std::fprintf(stderr, "%s %s: %2.0f %%\r", kernels[0].of.root, type_name<E>,
+      std::fprintf(stderr, "%s %s: %2.0f %%\r", of_all.root, type_name(of_all.type()),
                    100 * double(first) / double(p.count));
     const int n = int(std::min<std::uint64_t>(block, p.count - first));
     wanted.clear(), at.clear();
     for (int i = 0; i < n; i++) {
       const auto& x = at.emplace_back(p.argument(first + std::uint64_t(i)));
-      for (std::size_t s = 0; s < inputs; s++) a.in[s][i] = a.spread_in[s][2 * i] = x[s];
-      if constexpr (sizeof(E) == 4)
-        wanted.emplace_back(quick(meant, x));
-      else
-        wanted.push_back(precise(meant, x, scratch));
+      lay(of_all, x, std::size_t(i), a);
+      for (std::size_t o = 0; o < outputs; o++)
+        if constexpr (sizeof(E) == 4)
+          wanted.emplace_back(quick(meant, o, x));
+        else
+          wanted.push_back(precise(meant, o, x, scratch));
     }
     for (std::size_t k = 0; k < kernels.size(); k++) {
       kernels[k].run(n, a);
-      for (std::size_t i = 0; i < std::size_t(n); i++) found[k].add(at[i], a.out[i], wanted[i], p.in_mean);
-      if (kernels[k].levels.back() == EP)
-        for (std::size_t i = 0; i < std::size_t(n); i++)
-          found[k].add_relative(at[i], a.out[i], wanted[i], meant.floor);
+      const bool ep = kernels[k].levels.back() == EP;
+      for (std::size_t o = 0; o < outputs; o++)
+        for (std::size_t i = 0; i < std::size_t(n); i++) {
+          const E y = kernels[k].result(a, o, i);
+          const exact<E>& x = wanted[i * outputs + o];
+          found[k].add(at[i], y, x, p.in_mean);
+          if (ep) found[k].add_relative(at[i], y, x, meant.floor);
+        }
     }
   }
 }
@@ -325,15 +341,17 @@ template <class E, std::size_t inputs> std::string place(const std::array<E, inp
 // Measures the worst arguments again against MPFR: false where that gives another error.
 template <class E, std::size_t inputs>
 bool confirmed(const kernel<E, inputs>& k, const meter<E, arguments<E, inputs>>& m) {
-  const auto a = std::make_unique<arrays<E, inputs>>();
+  const auto a = std::make_unique<arrays<E>>();
   number scratch[2];
   for (const auto& w : {m.normal, m.tiny}) {
-    for (std::size_t s = 0; s < inputs; s++) a->in[s][0] = a->spread_in[s][0] = w.where[s];
+    lay(k.of, w.where, 0, *a);
     k.run(1, *a);
-    const double again = in_ulps(a->out[0], precise(k.of.meant, w.where, scratch));
+    double again = 0;
+    for (std::size_t o = 0; o < k.of.outputs(); o++)
+      again = std::max(again, in_ulps(k.result(*a, o, 0), precise(k.of.meant, o, w.where, scratch)));
     if (w.error == 0 || again == w.error || std::fabs(again - w.error) <= 1e-6 * w.error) continue;
     std::fprintf(stderr, "%s %s at %s: error %.9g ulp by the reference, %.9g by MPFR\n", k.of.root,
-                 type_name<E>, place(w.where).c_str(), w.error, again);
+                 type_name(k.of.type()), place(w.where).c_str(), w.error, again);
     return false;
   }
   return true;
@@ -343,7 +361,9 @@ bool confirmed(const kernel<E, inputs>& k, const meter<E, arguments<E, inputs>>&
 
 std::string power_of_two(double error) { return error == 0 ? "0" : text("2^%.2f", std::log2(error)); }
 
-template <class E> std::string row_start(const char* root) { return text("| %s | %s |", root, type_name<E>); }
+template <class E, std::size_t inputs> std::string row_start(const function<E, inputs>& f) {
+  return text("| %s | %s |", f.root, type_name(f.type()));
+}
 
 template <class A> std::string cells(const worst<A>& w) {
   return w.error == 0 ? "0 | |" : text("%.5g | %s |", w.error, place(w.where).c_str());
@@ -358,8 +378,8 @@ std::string row(const kernel<E, inputs>& k, const meter<E, arguments<E, inputs>>
     limit +=
         (limit.empty() ? "" : ", ") + (l == EP ? text("2^-%g", a.ep) : text("%g", l == LA ? a.la : a.ha));
   }
-  return row_start<E>(k.of.root) + (k.twin ? " twin | " : " unit | ") + levels + " | " + cells(m.normal) +
-         " " + cells(m.tiny) + text(" %.4g | ", m.mean()) +
+  return row_start(k.of) + (k.twin ? " twin | " : " unit | ") + levels + " | " + cells(m.normal) + " " +
+         cells(m.tiny) + text(" %.4g | ", m.mean()) +
          (k.levels.back() == EP ? power_of_two(m.relative.error) : "") + " | " + limit + " | " +
          (o.exhaustive && sizeof(E) == 4 && inputs == 1 ? "all 2^32"
                                                         : text("%.1f million", double(m.samples) * 1e-6)) +
@@ -370,8 +390,8 @@ std::string row(const kernel<E, inputs>& k, const meter<E, arguments<E, inputs>>
 template <class E, std::size_t inputs>
 std::string rows(const function<E, inputs>& f, const options& o, int& exit_code) {
   std::vector<kernel<E, inputs>> kernels;
-  add_kernels(kernels, f, false, f.unit);
-  if (f.twin) add_kernels(kernels, f, true, f.twin);
+  add_kernels(kernels, f, false);
+  if (f.twin) add_kernels(kernels, f, true);
   const auto found = measure(kernels, o);
   std::string result;
   for (std::size_t k = 0; k < kernels.size(); k++) {
@@ -424,25 +444,38 @@ std::map<std::string, std::string> kept_rows(const std::string& path) {
 
 // ---- From the one list
 
-#define FUNCTION(type, root, twin, inputs)                                               \
-  visit(function<ZUR_ELEMENT_##type, inputs>{#root, arko_zur_kernel_##type##root##_ttab, \
-                                             TWIN_##twin(type, root), references::root,  \
-                                             limits_of_##type##root});
-#define FUNCTION_unary(type, root, twin) FUNCTION(type, root, twin, 1)
-#define FUNCTION_binary(type, root, twin) FUNCTION(type, root, twin, 2)
-// Held by tests of their own.
-#define FUNCTION_two_results(type, root, twin)
-#define FUNCTION_linear(type, root, twin)
-#define FUNCTION_pack_step(type, root, twin)
-#define FUNCTION_pack_at(type, root, twin)
-#define FUNCTION_unpack_step(type, root, twin)
-#define FUNCTION_unpack_at(type, root, twin)
-#define TWIN_none(type, root) nullptr
-#define TWIN_I(type, root) arko_zur_kernel_##type##root##I_ttab
-#define TWIN__(type, root) arko_zur_kernel_##type##root##I_ttab
+const arko::test::function* find(const std::string& name) {
+  const auto& all = arko::test::functions();
+  const auto f = std::ranges::find(all, name, &arko::test::function::name);
+  return f == all.end() ? nullptr : &*f;
+}
+
+// Of real numbers, and of complex ones by their parts.
+#define REFERENCE_s(root) references::root
+#define REFERENCE_d(root) references::root
+#define REFERENCE_c(root) references::complex::root
+#define REFERENCE_z(root) references::complex::root
+#define INPUTS_s 1
+#define INPUTS_d 1
+#define INPUTS_c 2
+#define INPUTS_z 2
+#define FUNCTION(type, root, inputs)                                                       \
+  visit(function<ZUR_REAL_##type, inputs>{#root, find(#type #root), find(#type #root "I"), \
+                                          REFERENCE_##type(root), limits_of_##type##root});
+#define FUNCTION_unary(type, root) FUNCTION(type, root, INPUTS_##type)
+#define FUNCTION_to_real FUNCTION_unary
+#define FUNCTION_from_real(type, root) FUNCTION(type, root, 1)
+#define FUNCTION_two_results FUNCTION_unary
+#define FUNCTION_scalar FUNCTION_unary
+#define FUNCTION_binary(type, root) FUNCTION(type, root, 2)
+#define FUNCTION_linear(type, root)  // coarser in double than a level may be, and held by a test of its own
+#define FUNCTION_pack_step(type, root)
+#define FUNCTION_pack_at(type, root)
+#define FUNCTION_unpack_step(type, root)
+#define FUNCTION_unpack_at(type, root)
 
 template <class Visit> void for_each_function(Visit visit) {
-#define KERNELS(type, root, form, sharing, twin, ...) FUNCTION_##form(type, root, twin)
+#define KERNELS(type, root, form, ...) FUNCTION_##form(type, root)
 #include "vector/functions.def"
 }
 
@@ -483,7 +516,7 @@ int main(int argc, char** argv) {
     if (!f.meant.precise) return;
     const bool wanted = o.only.empty() || std::ranges::find(o.only, f.root) != o.only.end();
     run += wanted;
-    table << (wanted ? rows(f, o, exit_code) : kept[row_start<E>(f.root)]);
+    table << (wanted ? rows(f, o, exit_code) : kept[row_start(f)]);
   });
   if (!run) return std::cerr << "accuracy: no such function\n", 2;
   if (path.empty())

@@ -9,6 +9,7 @@
 //   points    thresholds and hard cases; the arguments beside them are visited one by one and, farther off,
 //             at distances of every magnitude
 //   floor     relative errors are measured to at least this, for a function with zeros away from the origin
+//   second    the second result, where there are two
 #pragma once
 #include <mpfr.h>
 
@@ -29,9 +30,13 @@ struct reference {
   double grid = 0;
   std::vector<double> points;
   double floor = 0;
+  struct {
+    int (*precise)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+    double (*quick)(double);
+  } second = {};
 };
 
-// A function of two arguments. They are drawn from an interval each; the points are visited in pairs.
+// A function of two arguments, or of the parts of a complex one. They are drawn from an interval each; the points are visited in pairs.
 struct pair_reference {
   int (*precise)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
   double (*quick)(double, double);
@@ -90,6 +95,15 @@ REFERENCE(NearbyInt, mpfr_rint, std::rint);
 REFERENCE(Trunc, mpfr_rint_trunc, std::trunc);
 REFERENCE(Frac, mpfr_frac, [](double x) { return std::isinf(x) ? 0 : x - std::trunc(x); });
 #undef REFERENCE
+
+inline const reference Modf{
+    .precise = mpfr_rint_trunc,
+    .quick = std::trunc,
+    .single = thousands,
+    .full = thousands,
+    .points = number_points,
+    .second = {Frac.precise, Frac.quick},
+};
 
 // The one of greater magnitude, or of the lesser; the greater number, or the lesser, of two of like magnitude.
 template <bool greater> int by_magnitude(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rounding) {
@@ -407,6 +421,11 @@ inline const reference Pow3o2{
     .points = {0, 0x1p-1074, 0x1p-716, 0x1p-682, 0x1p-640, 0x1p-149, 0x1p-100, 0x1p-84, 0x1p-83, 0x1p-67, 1,
                4, 0x1p84, 0x1.428a3p85, 0x1.965fea53d6e3cp682, 0x1.fffffep127, 0x1.fffffffffffffp1023},
 };
+
+// Of complex numbers, by their parts.
+namespace complex {
+inline const pair_reference &Abs = Hypot, Conj = CopySign;
+}  // namespace complex
 
 }  // namespace references
 }  // namespace arko::test

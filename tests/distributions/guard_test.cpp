@@ -1,6 +1,6 @@
 // The kernel guard and the callbacks that replace results, from the module's objects.
 
-#include "dist/guard.h"
+#include "distributions/guard.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "core/testing.h"
-#include "tests/dist/scripted.h"
+#include "tests/distributions/scripted.h"
 #include "tests/rng/streams.h"
 #include "tests/support/child.h"
 #include "tests/support/guard.h"

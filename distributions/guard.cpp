@@ -1,4 +1,4 @@
-#include "dist/guard.h"
+#include "distributions/guard.h"
 
 namespace kov {
 namespace {

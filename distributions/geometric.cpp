@@ -1,7 +1,7 @@
 // Geometric: failures before the first success, floor(ln u / ln(1 - p)) (L. Devroye, "Non-Uniform Random Variate
 // Generation", 1986, X.2).
-#include "dist/frame.h"
-#include "dist/guard.h"
+#include "distributions/frame.h"
+#include "distributions/guard.h"
 #include "vector/functions.h"
 
 using namespace kov;

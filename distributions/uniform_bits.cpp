@@ -1,5 +1,5 @@
 // The words of a generator as they are, and 32 or 64 random bits from those generators that have them.
-#include "dist/frame.h"
+#include "distributions/frame.h"
 
 namespace kov { namespace {
 

@@ -4,7 +4,7 @@
 // patterns, so the patterns are compared.
 #include <bit>
 
-#include "dist/frame.h"
+#include "distributions/frame.h"
 
 using namespace kov;
 

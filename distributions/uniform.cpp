@@ -1,5 +1,5 @@
 // Uniform numbers of an interval, real and integer.
-#include "dist/frame.h"
+#include "distributions/frame.h"
 
 namespace kov { namespace {
 
