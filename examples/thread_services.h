@@ -31,10 +31,12 @@ struct thread_services {
       TaskBody body;
       std::atomic<std::int32_t> next = 0;
     } w{tasks, context, body};
-    parallel_region(count > 0 ? count : std::max(threads, 1), &w, [](std::int32_t thread, std::int32_t, std::int32_t n, void* p) {
-      work& w = *static_cast<work*>(p);
-      for (std::int32_t task; (task = w.next++) < w.tasks;) w.body(task, thread, n, w.context);
-    });
+    parallel_region(count > 0 ? count : std::max(threads, 1), &w,
+                    [](std::int32_t thread, std::int32_t, std::int32_t n, void* p) {
+                      work& w = *static_cast<work*>(p);
+                      for (std::int32_t task; (task = w.next++) < w.tasks;)
+                        w.body(task, thread, n, w.context);
+                    });
   }
 
   static void critical(std::int32_t task, std::int32_t thread, std::int32_t count, void* context,

@@ -7,8 +7,10 @@
 #include <xmmintrin.h>
 
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/state.h"
+#include "vector/elements.h"
 #include "vector/lanes.h"
 
 namespace zur::inline ZUR_WIDTH {
@@ -26,10 +28,12 @@ inline constexpr unsigned rounding = 0x6000;  // these bits are 0 to nearest
 
 ZUR_INLINE void fence() { asm volatile("" ::: "memory"); }
 
-// Keeps arithmetic on values that are at hand already behind what stands before.
-template <class... T> ZUR_INLINE void launder(T&... x) {
-  const auto one = [](auto& v) { asm volatile("" : "+x"(v)); };
-  (one(x), ...);
+// Keeps arithmetic on numbers that are at hand already behind what stands before. What is no number is left alone.
+template <class T> ZUR_INLINE void launder(T& x) {
+  if constexpr (std::is_floating_point_v<T>)
+    asm volatile("" : "+x"(x));
+  else if constexpr (!std::is_same_v<T, typename real_of<T>::type>)
+    launder(x.re), launder(x.im);
 }
 
 // x * x at run time, so that the flags of an overflow or an underflow are raised.

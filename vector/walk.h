@@ -18,7 +18,7 @@
 //   static constexpr T overflow, underflow;   from these arguments on the result is infinity or zero, and a
 //                                             lane needs no routine where the error mode is NOERR
 //
-// A kernel whose `fast` flags nothing needs no routine. Scalars that come by value are members of K.
+// A kernel whose `fast` flags nothing needs no routine. Scalars that come by value are members of K: see `chosen`.
 //
 // Elements may be complex: `fast` has complex_lanes<T> then, `routine` complex<T>. Which of arguments and results are is told
 // by the function's form.
@@ -258,6 +258,23 @@ ZUR_INLINE void all_elements(int n, const operands<K, array>& arrays) {
   elements(K{}, n, environment.mode(), arrays);
 }
 
+// A function with scalars that come by value: C::choose(run, arrays and scalars...) calls run(kernel, arrays...) with the
+// kernel that they ask for and the arrays that it reads. Arithmetic on scalars stays inside the environment.
+template <class C, template <class> class array, class... Rest>
+ZUR_INLINE void chosen(int n, array<typename C::result> r, Rest... rest) {
+  if (n <= 0) return;
+  const typename C::environment environment;
+  (fp::launder(rest), ...);
+  const auto run = [&](const auto& k, auto... in) {
+    using K = std::remove_cvref_t<decltype(k)>;
+    if constexpr (requires { decltype(r)::contiguous; })
+      elements<K, array>(k, n, environment.mode(), {{in...}, {r}});
+    else
+      elements<as_twin<K>, array>(as_twin<K>{k}, n, environment.mode(), {{in...}, {r}});
+  };
+  C::choose(run, rest...);
+}
+
 }  // namespace walk
 
 // Kernels as table entries; the table's type chooses the form.
@@ -273,6 +290,14 @@ void kernel(std::int32_t n, const A* a, const A* b, R* r) {
 template <class K, class A = typename K::argument, class R = typename K::result>
 void kernel(std::int32_t n, const A* a, R* r1, R* r2) {
   walk::all_elements<K, walk::dense>(n, {{{a}}, {{r1}, {r2}}});
+}
+template <class C, class A = typename C::argument, class R = typename C::result>
+void kernel(std::int32_t n, const A* a, A b, R* r) {
+  walk::chosen<C, walk::dense>(n, {r}, walk::dense{a}, b);
+}
+template <class C, class A = typename C::argument, class R = typename C::result>
+void kernel(std::int32_t n, const A* a, const A* b, A s1, A s2, A s3, A s4, R* r) {
+  walk::chosen<C, walk::dense>(n, {r}, walk::dense{a}, walk::dense{b}, s1, s2, s3, s4);
 }
 
 // Strided twins of a kernel; with all increments 1 they call the unit-stride kernel of their level.
@@ -293,6 +318,18 @@ void twin(std::int32_t n, const A* a, std::int32_t inca, R* r1, std::int32_t inc
           std::int32_t incr2) {
   if (inca == 1 && incr1 == 1 && incr2 == 1) return K::function::table[K::slot](n, a, r1, r2);
   walk::all_elements<as_twin<K>, walk::strided>(n, {{{a, inca}}, {{r1, incr1}, {r2, incr2}}});
+}
+template <class C, class A = typename C::argument, class R = typename C::result>
+void twin(std::int32_t n, const A* a, std::int32_t inca, A b, R* r, std::int32_t incr) {
+  if (inca == 1 && incr == 1) return C::function::table[C::slot](n, a, b, r);
+  walk::chosen<C, walk::strided>(n, {r, incr}, walk::strided{a, inca}, b);
+}
+template <class C, class A = typename C::argument, class R = typename C::result>
+void twin(std::int32_t n, const A* a, std::int32_t inca, const A* b, std::int32_t incb, A s1, A s2, A s3,
+          A s4, R* r, std::int32_t incr) {
+  if (inca == 1 && incb == 1 && incr == 1) return C::function::table[C::slot](n, a, b, s1, s2, s3, s4, r);
+  walk::chosen<C, walk::strided>(n, {r, incr}, walk::strided{a, inca}, walk::strided{b, incb}, s1, s2, s3,
+                                 s4);
 }
 
 }  // namespace zur::inline ZUR_WIDTH

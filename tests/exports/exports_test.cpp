@@ -272,9 +272,10 @@ TEST(source, includes_go_one_way) {
       {"rng", {"arko", "core/block.h", "rng"}},
       {"distributions", {"arko", "frame", "vector/functions.h", "rng", "distributions"}},
       {"stats",
-       {"arko", "core/block.h", "frame/kernel_guard.h", "vector/functions.h", "rng", "distributions", "stats"}},
+       {"arko", "core/block.h", "frame/kernel_guard.h", "vector/functions.h", "rng", "distributions",
+        "stats"}},
       {"fit", {"arko", "core/block.h", "fit"}}};
-  const names rooms = {"arko",  "core", "frame", "vector", "rng", "distributions",
+  const names rooms = {"arko",  "core", "frame", "vector", "rng",   "distributions",
                        "stats", "fit",  "tests", "bench",  "tools", "examples"};
   int seen = 0;
   for (const auto& [folder, may] : allowed)

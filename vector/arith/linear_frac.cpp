@@ -22,9 +22,7 @@ ZUR_INLINE vec<double> reciprocal(vec<double> d) {
   return y + y * (e + e * e);
 }
 
-template <class T, int in> struct fraction : arith<T, fn::LinearFrac, 8, in> {
-  using environment = std::conditional_t<sizeof(T) == 4, usual_environment<>, mask_only_environment<>>;
-};
+template <class T, int in> struct fraction : arith<T, fn::LinearFrac, 8, in> {};
 
 // The denominator is constant, with c its reciprocal.
 template <class T> struct over_constant : fraction<T, 1> {
@@ -43,39 +41,22 @@ template <class T> struct general : fraction<T, 2> {
 };
 
 // The scalars tell which array need not be read.
-template <class T, template <class> class array>
-ZUR_INLINE void choose(std::int32_t n, array<const T> a, array<const T> b, T scalea, T shifta, T scaleb,
-                       T shiftb, array<T> r) {
-  if (n <= 0) return;
-  const typename fraction<T, 2>::environment environment;
-  fp::launder(scalea, shifta, scaleb, shiftb);
-  const auto mode = environment.mode();
-  if (scaleb == 0)
-    walk::elements<over_constant<T>, array>({{}, scalea, shifta, fp::divide(T(1), shiftb)}, n, mode,
-                                            {{a}, {r}});
-  else if (scalea == 0)
-    walk::elements<constant_over<T>, array>({{}, shifta, scaleb, shiftb}, n, mode, {{b}, {r}});
-  else
-    walk::elements<general<T>, array>({{}, scalea, shifta, scaleb, shiftb}, n, mode, {{a, b}, {r}});
-}
+template <class T> struct linear_frac : fraction<T, 2> {
+  using environment = std::conditional_t<sizeof(T) == 4, usual_environment<>, mask_only_environment<>>;
 
-template <class T>
-void linear_frac(std::int32_t n, const T* a, const T* b, T scalea, T shifta, T scaleb, T shiftb, T* r) {
-  choose<T, walk::dense>(n, {a}, {b}, scalea, shifta, scaleb, shiftb, {r});
-}
-template <class T>
-void linear_frac_twin(std::int32_t n, const T* a, std::int32_t inca, const T* b, std::int32_t incb, T scalea,
-                      T shifta, T scaleb, T shiftb, T* r, std::int32_t incr) {
-  if (inca == 1 && incb == 1 && incr == 1)
-    return fn::LinearFrac<T>::table[la](n, a, b, scalea, shifta, scaleb, shiftb, r);
-  choose<T, walk::strided>(n, {a, inca}, {b, incb}, scalea, shifta, scaleb, shiftb, {r, incr});
-}
+  template <class Run, class Array>
+  ZUR_INLINE static void choose(Run run, Array a, Array b, T scalea, T shifta, T scaleb, T shiftb) {
+    if (scaleb == 0)
+      run(over_constant<T>{{}, scalea, shifta, fp::divide(T(1), shiftb)}, a);
+    else if (scalea == 0)
+      run(constant_over<T>{{}, shifta, scaleb, shiftb}, b);
+    else
+      run(general<T>{{}, scalea, shifta, scaleb, shiftb}, a, b);
+  }
+};
 
 }  // namespace
 
-TABLE(sLinearFrac) = {linear_frac<float>, linear_frac<float>, linear_frac<float>};
-TABLE(dLinearFrac) = {linear_frac<double>, linear_frac<double>, linear_frac<double>};
-TABLE(sLinearFracI) = {linear_frac_twin<float>, linear_frac_twin<float>, linear_frac_twin<float>};
-TABLE(dLinearFracI) = {linear_frac_twin<double>, linear_frac_twin<double>, linear_frac_twin<double>};
+TABLES_OF_ONE_KERNEL(LinearFrac, linear_frac, linear_frac)
 
 }  // namespace zur::inline ZUR_WIDTH
