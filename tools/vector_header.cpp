@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "vector/forms.h"
+#include "vector/expand.h"
 
 namespace {
 
@@ -13,19 +13,20 @@ struct description {
   const char *root, *text;
 };
 constexpr description descriptions[] = {
-#define DESCRIBE(root, text) {#root, text},
-#include "vector/descriptions.def"
+#define ROOT(root, text) {#root, text},
+#define KERNELS(...)
+#include "vector/functions.def"
 };
 
 constexpr const char* describe(const char* root) {
   for (const description& d : descriptions)
     if (std::string_view(d.root) == root) return d.text;
-  throw "a function with kernels has no row in descriptions.def";  // ends the compilation
+  throw "a root with kernels has no row of its own in functions.def";  // ends the compilation
 }
 
 struct function {
   char type;
-  const char *root, *parameters, *exported, *twin_parameters, *text;
+  const char *root, *la, *ep, *parameters, *exported, *twin_parameters, *text;
   bool has_twin;
 };
 
@@ -36,6 +37,8 @@ constexpr function functions[] = {
 #define KERNELS(type, root, form, sharing, twin, ...) \
   {#type[0],                                          \
    #root,                                             \
+   ZUR_STRING(ZUR_LA_##type),                         \
+   ZUR_STRING(ZUR_EP_##type),                         \
    TEXT(ZUR_FORM_##form(E, R)),                       \
    TEXT(ZUR_EXPORTED_##form(E, R)),                   \
    TEXT(ZUR_FORM_##form##_TWIN(E, R)),                \
@@ -73,11 +76,11 @@ std::string with_types(const char* parameters, char type) {
 }
 
 // The exported functions of a name and its tables.
-void declare(std::FILE* out, char type, const std::string& name, const char* parameters,
+void declare(std::FILE* out, const function& f, const std::string& name, const char* parameters,
              const char* exported) {
-  const bool single = type == 's' || type == 'c';
+  const char type = f.type;
   const std::string typed = with_types(parameters, type);
-  for (const char* suffix : {single ? "_21" : "_50", "", "_HA", single ? "_11" : "_26"})
+  for (const char* suffix : {f.la, "", "_HA", f.ep})
     std::fprintf(out, "void _zur%c%s%s(%s);\n", type, name.c_str(), suffix,
                  with_types(exported, type).c_str());
   std::fprintf(out, "extern void (*const arko_zur_kernel_%c%s_ttab[3])(%s);\n", type, name.c_str(),
@@ -142,8 +145,8 @@ int main(int argc, char** argv) {
       }
       std::fputs("\n */\n", out);
     }
-    declare(out, f.type, f.root, f.parameters, f.exported);
-    if (f.has_twin) declare(out, f.type, std::string(f.root) + "I", f.twin_parameters, f.twin_parameters);
+    declare(out, f, f.root, f.parameters, f.exported);
+    if (f.has_twin) declare(out, f, std::string(f.root) + "I", f.twin_parameters, f.twin_parameters);
   }
   std::fputs("\n#ifdef __cplusplus\n}\n#endif\n#endif\n", out);
   return std::fclose(out) != 0;

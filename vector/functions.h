@@ -3,13 +3,9 @@
 #include <cstdint>
 #include <tuple>
 
-#include "vector/elements.h"
-#include "vector/forms.h"
+#include "vector/expand.h"
 #include "vector/lanes.h"
 
-#define ZUR_STRING_(x) #x
-#define ZUR_STRING(x) ZUR_STRING_(x)
-#define ZUR_LIST(...) __VA_ARGS__
 #define ZUR_TABLE_SYMBOL(F) "zur_" #F "_table_" ZUR_STRING(ZUR_WIDTH)
 
 #pragma GCC visibility push(hidden)
@@ -19,14 +15,9 @@ namespace zur::inline ZUR_WIDTH {
 // The kernel tables, sExp_table, sExpI_table and so on: three kernels, at LA, HA and EP. A kernel file
 // defines one by TABLE(sExp) = {...}.
 #define ZUR_TABLE(F, parameters) extern void (*const F##_table[3])(parameters) asm(ZUR_TABLE_SYMBOL(F));
-#define ZUR_DECLARE_none(type, root, form)
-#define ZUR_DECLARE_I(type, root, form) ZUR_DECLARE_TWIN(type, root, form)
-#define ZUR_DECLARE__(type, root, form) ZUR_DECLARE_TWIN(type, root, form)
-#define ZUR_DECLARE_TWIN(type, root, form) \
-  ZUR_TABLE(type##root##I, ZUR_LIST(ZUR_FORM_##form##_TWIN(ZUR_ELEMENT_##type, ZUR_REAL_##type)))
-#define KERNELS(type, root, form, sharing, twin, ...)                                   \
-  ZUR_TABLE(type##root, ZUR_LIST(ZUR_FORM_##form(ZUR_ELEMENT_##type, ZUR_REAL_##type))) \
-  ZUR_DECLARE_##twin(type, root, form)
+#define KERNELS(type, root, form, sharing, twin, ...)     \
+  ZUR_TABLE(type##root, ZUR_KERNEL_ARGUMENTS(type, form)) \
+  ZUR_IF_TWIN_##twin(ZUR_TABLE(type##root##I, ZUR_TWIN_ARGUMENTS(type, form)))
 #include "vector/functions.def"
 
 // Accuracy levels, as slots of a kernel table.
@@ -38,15 +29,12 @@ template <class A, class R> struct elements {
   using argument = A;
   using result = R;
 };
-#define ZUR_TWIN_NAME_I(type, root) "v" #type #root "I"
-#define ZUR_TWIN_NAME__(type, root) "v" #type #root
-#define ZUR_TWIN_NAME_none(type, root) ""
 #define KERNELS(type, root, form, sharing, twin, ...)                                                    \
   template <class E> struct root;                                                                        \
   template <>                                                                                            \
   struct root<ZUR_ELEMENT_##type> : elements<ZUR_ELEMENTS_##form(ZUR_ELEMENT_##type, ZUR_REAL_##type)> { \
     static constexpr char name[] = "v" #type #root;                                                      \
-    static constexpr char twin_name[] = ZUR_TWIN_NAME_##twin(type, root);                                \
+    static constexpr char twin_name[] = "v" #type #root ZUR_TWIN_REPORTS_##twin;                         \
     static constexpr auto& table = type##root##_table;                                                   \
   };
 #include "vector/functions.def"
