@@ -76,12 +76,14 @@ template <class E> struct dense {
   ZUR_INLINE E& operator[](int i) const { return p[i]; }
   ZUR_INLINE dense from(int first) const { return {p + first}; }
 };
+template <class E> dense(E*) -> dense<E>;
 template <class E> struct strided {
   E* p;
   std::int32_t inc;
   ZUR_INLINE E& operator[](int i) const { return p[static_cast<std::ptrdiff_t>(i) * inc]; }
   ZUR_INLINE strided from(int first) const { return {&(*this)[first], inc}; }
 };
+template <class E> strided(E*, std::int32_t) -> strided<E>;
 
 template <class K, template <class> class array> struct operands {
   array<const typename K::argument> in[K::inputs];
@@ -127,6 +129,11 @@ ZUR_INLINE void put(array<E> r, int m, element_lanes<E> v) {
     if (whole || i < m) r[i] = lane[i];
 }
 
+// Vectors of a block.
+template <class K>
+inline constexpr int block_vectors =
+    K::block < lanes<typename K::type> ? 1 : K::block / lanes<typename K::type>;
+
 template <class K, std::size_t... s>
 ZUR_INLINE auto fast(const K& k, const element_lanes<typename K::argument> (&x)[K::inputs],
                      std::index_sequence<s...>) {
@@ -147,7 +154,7 @@ template <class K, int count, class T = typename K::type> struct group {
       const int past = v * lanes<T>;
 #pragma GCC unroll 2
       for (int s = 0; s < K::inputs; s++)
-        x[v][s] = take<whole, typename K::argument>(arrays.in[s].from(first + past), m - past);
+        x[v][s] = take<whole, typename K::argument>(arrays.in[s].from(first + past), m);
       y[v] = fast(k, x[v], std::make_index_sequence<K::inputs>());
     }
   }
@@ -164,29 +171,35 @@ template <class K, int count, class T = typename K::type> struct group {
 template <class F, class E> constexpr const char* report_name(dense<E>) { return F::name; }
 template <class F, class E> constexpr const char* report_name(strided<E>) { return F::twin_name; }
 
-// A group with flagged lanes, from its arguments once more: so nothing of it need outlive the test. The
-// flagged lanes go to the routine and the reporter in ascending order; then the group's first m lanes are
-// stored.
-template <class K, int count, template <class> class array>
+// m elements, at most a block, with flagged lanes among them; through memory, vector by vector. Flagged lanes go to the
+// routine and the reporter in ascending order; then the elements are stored.
+template <class K, template <class> class array>
 [[gnu::noinline, gnu::cold]] void special_group(const K& k, int m, int first, std::uint32_t mode,
                                                 operands<K, array> arrays) {
   using T = typename K::type;
-  const group<K, count> g(k, m, first, arrays, std::false_type());
-  typename K::argument in[K::inputs][count * lanes<T>];
-  typename K::result out[K::outputs][count * lanes<T>];
+  constexpr int room = block_vectors<K> * lanes<T>;
+  static_assert(room <= 32);
+  typename K::argument in[K::inputs][room];
+  typename K::result out[K::outputs][room];
   unsigned flagged = 0;
-  for (int v = 0; v < count; v++) {
-    const int past = v * lanes<T>;
-    for (int s = 0; s < K::inputs; s++) store(&in[s][past], g.x[v][s]);
-    for (int o = 0; o < K::outputs; o++) store(&out[o][past], g.y[v].value[o]);
-    flags<T> left = g.y[v].flagged;
+#pragma GCC unroll 1
+  for (int past = 0; past < m; past += lanes<T>) {
+    for (int s = 0; s < K::inputs; s++)
+#pragma GCC unroll 1
+      for (int i = past; i < past + lanes<T>; i++) in[s][i] = arrays.in[s][first + (i < m ? i : 0)];
+    const auto y = [&]<std::size_t... s>(std::index_sequence<s...>) __attribute__((always_inline)) {
+      return k.fast(load(&in[s][past])...);
+    }
+    (std::make_index_sequence<K::inputs>());
+    for (int o = 0; o < K::outputs; o++) store(&out[o][past], y.value[o]);
+    flags<T> left = y.flagged;
     unsigned settled = 0;
     if constexpr (saturates<K>)
       if ((mode & ZUR_ERRMODE_MASK) == ZUR_ERRMODE_NOERR) {
-        const vec<T> x = g.x[v][0];
+        const vec<T> x = load(&in[0][past]);
         const vec<T> number = as<vec<T>>(as<ints<T>>(x) & (x == x));  // an order of NaN would be invalid
         const auto over = number >= K::overflow, under = number <= K::underflow;
-        store(&out[0][past], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : g.y[v].value[0]);
+        store(&out[0][past], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : y.value[0]);
         settled = bits<T>(where<T>(over | under));
       }
     flagged |= (bits<T>(left) & ~settled) << past;
@@ -217,39 +230,51 @@ template <class K, int count, template <class> class array>
   for (; stored < m; stored++) store_lane(stored);
 }
 
-// Elements `first` to `first + m`, `count` whole vectors or the beginning of one; as one block or several.
-template <class K, int count, bool whole, int alone = count, template <class> class array>
-ZUR_INLINE void step(const K& k, int m, int first, std::uint32_t mode, const operands<K, array>& arrays) {
-  using T = typename K::type;
+// `count` vectors of elements from `first` on, a part of a block or several; or the first m lanes of one.
+template <class K, int count, bool whole = true, template <class> class array>
+ZUR_INLINE void step(const K& k, int first, std::uint32_t mode, const operands<K, array>& arrays,
+                     int m = lanes<typename K::type>) {
+  constexpr int vector = lanes<typename K::type>;
   const group<K, count> g(k, m, first, arrays, std::bool_constant<whole>());
   if constexpr (has_routine<K>)
     if (g.special()) [[unlikely]] {
-      if constexpr (alone == count) return special_group<K, count>(k, m, first, mode, arrays);
+      constexpr int alone = count < block_vectors<K> ? count : block_vectors<K>;
       for (int v = 0; v < count; v += alone)
-        special_group<K, alone>(k, alone * lanes<T>, first + v * lanes<T>, mode, arrays);
+        special_group(k, whole ? alone * vector : m, first + v * vector, mode, arrays);
       return;
     }
 #pragma GCC unroll 8
   for (int v = 0; v < count; v++)
 #pragma GCC unroll 2
     for (int o = 0; o < K::outputs; o++)
-      put<whole, typename K::result>(arrays.out[o].from(first + v * lanes<T>), m - v * lanes<T>,
-                                     g.y[v].value[o]);
+      put<whole, typename K::result>(arrays.out[o].from(first + v * vector), m, g.y[v].value[o]);
+}
+
+// The elements after the last whole vector, once a call. Out of line it costs half a nanosecond; kernels without a routine
+// are so short that this would be a tenth of a call.
+template <class K, template <class> class array>
+[[gnu::noinline]] void last_step(const K& k, int m, int first, std::uint32_t mode,
+                                 const operands<K, array>& arrays) {
+  step<K, 1, false>(k, first, mode, arrays, m);
 }
 
 // Whole blocks, then whole vectors, then what is left, in an environment that is entered.
 template <class K, template <class> class array>
 ZUR_INLINE void elements(const K& k, int n, std::uint32_t mode, const operands<K, array>& arrays) {
   constexpr int vector = lanes<typename K::type>;
-  constexpr int vectors = K::block < vector ? 1 : K::block / vector, block = vectors * vector;
+  constexpr int vectors = block_vectors<K>, block = vectors * vector;
   constexpr int count = K::together < block ? vectors : K::together / vector, elements = count * vector;
   int i = 0;
-  for (; n - i >= elements; i += elements) step<K, count, true, vectors>(k, elements, i, mode, arrays);
+  for (; n - i >= elements; i += elements) step<K, count>(k, i, mode, arrays);
   if constexpr (count > vectors && vectors > 1)
-    for (; n - i >= block; i += block) step<K, vectors, true>(k, block, i, mode, arrays);
+    for (; n - i >= block; i += block) step<K, vectors>(k, i, mode, arrays);
   if constexpr (count > 1)
-    for (; n - i >= vector; i += vector) step<K, 1, true>(k, vector, i, mode, arrays);
-  if (i < n) step<K, 1, false>(k, n - i, i, mode, arrays);
+    for (; n - i >= vector; i += vector) step<K, 1>(k, i, mode, arrays);
+  if (i >= n) return;
+  if constexpr (has_routine<K>)
+    last_step(k, n - i, i, mode, arrays);
+  else
+    step<K, 1, false>(k, i, mode, arrays, n - i);
 }
 
 template <class K, template <class> class array>
