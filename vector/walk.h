@@ -184,20 +184,19 @@ template <class K, template <class> class array>
   unsigned flagged = 0;
 #pragma GCC unroll 1
   for (int past = 0; past < m; past += lanes<T>) {
-    for (int s = 0; s < K::inputs; s++)
-#pragma GCC unroll 1
-      for (int i = past; i < past + lanes<T>; i++) in[s][i] = arrays.in[s][first + (i < m ? i : 0)];
-    const auto y = [&]<std::size_t... s>(std::index_sequence<s...>) __attribute__((always_inline)) {
-      return k.fast(load(&in[s][past])...);
+    element_lanes<typename K::argument> x[K::inputs];
+    for (int s = 0; s < K::inputs; s++) {
+      x[s] = take<false, typename K::argument>(arrays.in[s].from(first + past), m - past);
+      store(&in[s][past], x[s]);
     }
-    (std::make_index_sequence<K::inputs>());
+    const auto y = fast(k, x, std::make_index_sequence<K::inputs>());
     for (int o = 0; o < K::outputs; o++) store(&out[o][past], y.value[o]);
     flags<T> left = y.flagged;
     unsigned settled = 0;
     if constexpr (saturates<K>)
       if ((mode & ZUR_ERRMODE_MASK) == ZUR_ERRMODE_NOERR) {
-        const vec<T> x = load(&in[0][past]);
-        const vec<T> number = as<vec<T>>(as<ints<T>>(x) & (x == x));  // an order of NaN would be invalid
+        const vec<T> number =
+            as<vec<T>>(as<ints<T>>(x[0]) & (x[0] == x[0]));  // an order of NaN would be invalid
         const auto over = number >= K::overflow, under = number <= K::underflow;
         store(&out[0][past], over ? all<T>(__builtin_inf()) : under ? vec<T>{} : y.value[0]);
         settled = bits<T>(where<T>(over | under));
