@@ -13,12 +13,11 @@ int main(int argc, char** argv) {
   void* library = dlopen(argv[1], RTLD_NOW);
   if (library == NULL || argc == 2) return library == NULL;
   dlclose(library);
-  dprintf(2, "unloaded, %s",
-          dlopen("libarko_core.so.1", RTLD_NOW | RTLD_NOLOAD) ? "core stays" : "core gone");
+  dprintf(2, dlopen("libarko_core.so.1", RTLD_NOW | RTLD_NOLOAD) ? "core stays, " : "core gone, ");
 }
 #else
 __attribute__((constructor)) static void load(void) {
   if (getenv("ARKO_CORE_PROBE_ASKS") != NULL) arko_serv_ending();
 }
-__attribute__((destructor)) static void end(void) { dprintf(2, "ending %d\n", arko_serv_ending()); }
+__attribute__((destructor)) static void end(void) { dprintf(2, "ending %d, ", arko_serv_ending()); }
 #endif

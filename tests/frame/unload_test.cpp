@@ -3,14 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
-#include <thread>
-#include <vector>
-
-#include "core/testing.h"
 #include "frame/state.h"
-
-namespace {
+#include "tests/frame/threads.h"
 
 TEST(unload, and_threads_that_end_release_each_record_once) {
   constexpr int count = 8;
@@ -18,18 +12,12 @@ TEST(unload, and_threads_that_end_release_each_record_once) {
   for (int round = 0; round < 400; round++) {
     ASSERT_TRUE(zur::attach());
     std::barrier used(count + 1);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < count; t++)
-      threads.emplace_back([&] {
-        zur::state();
-        used.arrive_and_wait();
-      });
+    std::thread threads(
+        [&] { arko::test::on_threads([&](int) { zur::state(), used.arrive_and_wait(); }, count); });
     used.arrive_and_wait();
     zur::detach();
     ASSERT_EQ(arko_core_live_blocks(), before);
-    for (std::thread& thread : threads) thread.join();
+    threads.join();
     ASSERT_EQ(arko_core_live_blocks(), before);
   }
 }
-
-}  // namespace
