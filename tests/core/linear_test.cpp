@@ -36,9 +36,9 @@ TYPED_TEST(linear, names_are_the_published_routines) {
   ASSERT_NE(blas, nullptr) << dlerror();
   std::vector<T> random(1600);
   for (std::size_t i = 0; i < 1600; ++i) random[i] = random_number<T>() + (i % 8 == 0 ? 5 : 0);
-  int count = 0;
   std::ifstream rows(ARKO_SOURCE "/tests/core/data/routines.txt");
-  for (std::string row; std::getline(rows, row); ++count) {
+  ASSERT_TRUE(rows);
+  for (std::string row; std::getline(rows, row);) {
     std::replace(row.begin(), row.end(), '?', sizeof(T) == 8 ? 'd' : 's');
     std::istringstream stream(row);
     std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
@@ -60,7 +60,6 @@ TYPED_TEST(linear, names_are_the_published_routines) {
     EXPECT_NE(expected.first, random) << row;
     EXPECT_EQ(left_by(dlsym(RTLD_DEFAULT, words[0].c_str())), expected) << row;
   }
-  EXPECT_GT(count, 0);
 }
 
 // With whole numbers, of which all sums are exact. An alpha of 0 clears what is no number too.

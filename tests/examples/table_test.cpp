@@ -31,9 +31,9 @@ TEST(table, columns_and_gaps) {
 // data/tables.txt: a table, its lines ended by |; the column that is asked for, if one is; what is said.
 TEST(table, errors) {
   std::ifstream rows(ARKO_SOURCE "/tests/examples/data/tables.txt");
-  int count = 0;
+  ASSERT_TRUE(rows);
   for (std::string text, column, said;
-       std::getline(std::getline(std::getline(rows, text, ';'), column, ';'), said); count++) {
+       std::getline(std::getline(std::getline(rows, text, ';'), column, ';'), said);) {
     std::replace(text.begin(), text.end(), '|', '\n');
     const std::string path = written(text);
     try {
@@ -43,7 +43,6 @@ TEST(table, errors) {
       EXPECT_EQ(e.what(), path + said);
     }
   }
-  EXPECT_GT(count, 0);
   EXPECT_THROW(tour::read_table("/nowhere/x.csv", {}), std::runtime_error);
 }
 
