@@ -78,8 +78,9 @@ TYPED_TEST(linear, packed_product_is_that_of_the_full_triangle) {
     }
     for (int i = 0; i < 18; ++i) b[i] = alpha == 0 && i % 6 < m ? INFINITY : T(i);
     std::vector<T> expected = b;
-    if (side != 'X' && uplo != 'X' && trans != 'X' && diag != 'X' && ldb >= m) BOTH(arko_blas_, trmm)
-    (&side, &uplo, &trans, &diag, &m, &n, &alpha, &full[0], &order, &expected[0], &ldb);
+    const auto trmm = BOTH(arko_blas_, trmm);
+    if (side != 'X' && uplo != 'X' && trans != 'X' && diag != 'X' && ldb >= m)
+      trmm(&side, &uplo, &trans, &diag, &m, &n, &alpha, &full[0], &order, &expected[0], &ldb);
     BOTH(arko_blas4zur_, ptrmm)(&side, &uplo, &trans, &diag, &m, &n, &alpha, &packed[0], &b[0], &ldb);
     EXPECT_EQ(b, expected) << side << uplo << trans << diag << ' ' << alpha << ' ' << ldb;
   }

@@ -99,8 +99,9 @@ TEST(list, names_every_function_once_and_which_levels_share_a_kernel) {
 }
 
 TEST(module, exports_what_it_has_and_nothing_else) {
-  names expected, optional, data = groups_of_exports()["data objects"], found;
-  for (auto& [group, members] : groups_of_exports())
+  auto groups = groups_of_exports();
+  names expected, optional, data = groups["data objects"], found;
+  for (const auto& [group, members] : groups)
     (group.ends_with(", in part") ? optional : expected).insert(members.begin(), members.end());
   for (const listed_function& f : list()) {
     data.merge(tables_of(f.name));
@@ -120,7 +121,7 @@ TEST(module, exports_what_it_has_and_nothing_else) {
   }
   expect_same(found, expected);
   std::map<std::string, std::string> pairs;  // two names of one entry
-  for (const std::string& name : groups_of_exports()["frame"])
+  for (const std::string& name : groups["frame"])
     if (name.starts_with("_zur")) pairs[name] = "arko_zur_kernel_" + name.substr(4);
   for (const function& f : functions()) pairs["_zur" + f.name] = "_zur" + f.name + "_HA";
   for (const auto& [a, b] : pairs) EXPECT_EQ(places[a], places[b]) << a;

@@ -70,14 +70,14 @@ TEST(callback, switches_its_bit_of_the_mode_word) {
   } rows[] = {{0x1A00, drop, 0x1A00},    {0x1A00, nullptr, 0x0A00}, {0x0200, drop, 0x1200},
               {0x0200, nullptr, 0x0200}, {0x1000, nullptr, 0x1000},  // a field cannot become 0
               {0x2000, drop, 0x3000}};
-  for (const auto& [before, callback, after] : rows)
+  for (const auto& row : rows)
     on_new_thread([&] {
       const ZurErrorCallBack first = [](ZurErrorContext*) { return 0; };
       EXPECT_EQ(_zurSetErrorCallBack(first), nullptr);
-      _zurSetMode(before);
-      EXPECT_EQ(callback ? _zurSetErrorCallBack(callback) : _zurClearErrorCallBack(), first);
-      EXPECT_EQ(_zurGetErrorCallBack(), callback);
-      EXPECT_EQ(_zurGetMode(), after | 2) << std::hex << before;
+      _zurSetMode(row.before);
+      EXPECT_EQ(row.callback ? _zurSetErrorCallBack(row.callback) : _zurClearErrorCallBack(), first);
+      EXPECT_EQ(_zurGetErrorCallBack(), row.callback);
+      EXPECT_EQ(_zurGetMode(), row.after | 2) << std::hex << row.before;
     });
 }
 
