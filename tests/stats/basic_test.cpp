@@ -1,15 +1,11 @@
-// Moments, sums and matrices against their definitions: all methods, layouts, weights, selections, blocks, threads and
-// storage forms; what is missing; memory.
+// Moments, sums, matrices and minima against their definitions: all methods, layouts, weights, selections, blocks, threads
+// and storage forms; series of blocks; data with known results.
 
 #include <arko/state.h>
-#include <gtest/gtest.h>
 
 #include <cerrno>
-#include <fstream>
-#include <limits>
-#include <sstream>
+#include <random>
 
-#include "core/testing.h"
 #include "tests/stats/reference.h"
 #include "tests/support/child.h"
 #include "tests/support/probes.h"
@@ -18,286 +14,323 @@ namespace {
 
 using namespace arko::test;
 
-enum weights { none, positive, first_zero };
+constexpr uint64_t both_walks[] = {KOV_SS_FAST, KOV_SS_ONE_PASS};
 
-sample random_sample(int p, int n, weights kind, double mean = 0.7, unsigned seed = 1) {
-  std::mt19937 random(seed + 31 * p + n);
+// Correlated components with means from `mean` on; all numbers are exact in both precisions.
+sample random_sample(int p, int n, bool weighted = false, double mean = 0.7) {
+  std::mt19937 random(1 + 31 * p + n);
   std::normal_distribution<double> normal;
-  sample s{p, n, std::vector<double>(std::size_t(p) * n), {}};
+  sample s{p, n, {}, {}};
   for (int j = 0; j < n; j++) {
-    const double common = normal(random);  // correlates components
-    for (int i = 0; i < p; i++)
-      s.x[std::size_t(j) * p + i] =
-          float(mean + 0.3 * i + common + normal(random));  // exact in both precisions
+    const double common = normal(random);
+    for (int i = 0; i < p; i++) s.x.push_back(float(mean + 0.3 * i + common + normal(random)));
+    if (weighted) s.w.push_back(float(0.25 + random() / 0x1p32));
   }
-  if (kind != none)
-    for (int j = 0; j < n; j++)
-      s.w.push_back(kind == first_zero && j < n / 3 ? 0 : float(0.25 + random() / 0x1p32));
   return s;
 }
 
-// Everything that the computation has arrays for, against the reference; and nothing outside the selection touched.
+// What is wrong with an estimate at (i, k), if anything is.
 template <class T>
-void expect_close(computation<T>& c, const reference& r, const setup& how, double tolerance,
-                  const std::string& what) {
+std::string differs(computation<T>& made, const std::string& name, int i, int k, const reference& r,
+                    double eps) {
+  const std::size_t at = estimate_of(name).is_matrix() ? i * made.p + k : i;
+  const real expected = r.values.at(name)[at], value = made.element(name, i, k);
+  if (std::fabs(value - expected) <= eps * std::max(r.scales.at(name)[at], std::fabs(expected))) return {};
+  std::ostringstream text;
+  text << name << ' ' << i << ' ' << k << " is " << value << ", not " << expected;
+  return text.str();
+}
+template <class T>
+void expect_close(computation<T>& made, const std::string& names, const reference& r, double ulps) {
+  for (const std::string& name : words_of(names))
+    for (int i = 0; i < made.p; i++)
+      for (int k = 0; k < (estimate_of(name).is_matrix() ? made.p : 1); k++)
+        EXPECT_EQ(differs(made, name, i, k, r, ulps * std::numeric_limits<T>::epsilon()), "");
+}
+
+template <class T> class moments : public testing::Test {};
+TYPED_TEST_SUITE(moments, precisions);
+
+// ---- Series of blocks: whatever is asked for when, it is what one computation over all observations so far would give
+
+// The estimates that a block asked for, as far as they have a value: no variance without two observations that weigh, no
+// ratio without a variance. Outside the selection nothing is written.
+template <class T>
+std::string check(computation<T>& made, const std::vector<const estimate*>& asked, const sample& so_far,
+                  const setup& how, const std::vector<double>& given, double eps) {
+  int weighing = 0;
+  for (int j = 0; j < so_far.n; j++) weighing += so_far.weight(j) != 0;
+  const reference r(so_far, given);
   const auto chosen = [&](int i) { return how.indices.empty() || how.indices[i]; };
-  const auto check = [&](const std::string& name, int at, T value, bool ours) {
-    if (!ours) {
-      EXPECT_EQ(value, T(untouched)) << what << ": " << name << ' ' << at;
-      return;
-    }
-    const real expected = r.values.at(name)[at], scale = r.scales.at(name)[at];
-    EXPECT_LE(std::fabs(value - expected), tolerance * std::max(scale, std::fabs(expected)))
-        << what << ": " << name << ' ' << at << " is " << value << ", not " << double(expected);
-  };
-  for (const auto& [name, values] : c.arrays) {
-    if (values.size() == std::size_t(c.p) && (c.p > 1 || name[0] != 'c' || name.size() > 3)) {
-      for (int i = 0; i < c.p; i++) check(name, i, values[i], chosen(i));
-    } else {
-      for (int i = 0; i < c.p; i++)
-        for (int k = 0; k < c.p; k++) check(name, i * c.p + k, c.matrix(name, i, k), chosen(i) && chosen(k));
+  for (const estimate* e : asked) {
+    const bool is_ratio = e->name == "kurtosis" || e->name == "skewness" || e->name == "variation",
+               needs_variance = is_ratio || e->name == "cor";
+    if (weighing < 2 && (needs_variance || e->name == "central2" || e->name == "cov")) continue;
+    const auto varies = [&](int i) {
+      return !needs_variance ||
+             r.values.at(e->name == "cor" ? "cp" : "csum2")[e->name == "cor" ? i * made.p + i : i] >
+                 1e-3L * r.scales.at("sum2")[i];
+    };
+    // With what deviations lose beside a larger mean, and a mean beside larger deviations.
+    const auto tolerance = [&](int i) {
+      const real m = std::fabs(r.values.at("mean")[i]), d = std::sqrt(r.values.at("csum2")[i] / r.weight);
+      if ((e->name[0] != 'c' && !is_ratio) || d == 0) return eps;
+      return eps * double(1 + m / d / 10 + (e->name == "variation" ? d / m : 0));
+    };
+    for (int i = 0; i < made.p; i++)
+      for (int k = 0; k < (e->is_matrix() ? made.p : 1); k++) {
+        const int other = e->is_matrix() ? k : i;
+        std::string wrong;
+        if (!chosen(i) || !chosen(other))
+          wrong = made.element(e->name, i, k) == T(untouched) ? "" : e->name + " outside the selection";
+        else if (weighing == 0)
+          wrong = made.element(e->name, i, i) == 0 ? "" : e->name + " of nothing";
+        else if (varies(i) && varies(other))
+          wrong = differs(made, e->name, i, k, r, std::max(tolerance(i), tolerance(other)));
+        if (!wrong.empty()) return wrong;
+      }
+  }
+  return {};
+}
+
+TYPED_TEST(moments, of_series_are_those_of_one_computation) {
+  using T = TypeParam;
+  const double eps = 300 * std::numeric_limits<T>::epsilon();
+  std::mt19937 random(7);
+  std::normal_distribution<double> normal;
+  const auto below = [&](int n) { return int(random() % unsigned(n)); };
+  for (int walk = 0; walk < 1500; walk++) {
+    const bool mean_given = below(3) == 0, has_matrix = below(2) == 0, large = walk % 125 == 0;
+    const int kind = below(4);  // of weights: none, some, also 0, those of the first half 0
+    sample s{1 + below(below(4) ? 4 : 20), 1 + below(below(3) ? 12 : 90), {}, {}};
+    if (large) s.p = 10 + below(2) * below(30), s.n = 20000 / s.p + below(300);
+    const bool has_constant = below(4) == 0;
+    const double mean = mean_given || below(3) ? 0.7 : 90;
+    for (int j = 0; j < s.n; j++)
+      for (int i = 0; i < s.p; i++)
+        s.x.push_back(has_constant && i == 0
+                          ? 0.3f
+                          : float(mean + normal(random) + (i ? s.x[std::size_t(j) * s.p] : 0)));
+    for (int j = 0; kind && j < s.n; j++)
+      s.w.push_back((kind == 2 && below(3)) || (kind == 3 && j < s.n / 2) ? 0
+                                                                          : float(0.25 + random() / 0x1p32));
+    setup how;
+    for (int32_t& form : how.forms) form = below(3);
+    for (int i = 0; below(3) == 0 && i < s.p; i++) how.indices.push_back(below(2));
+    if (!how.indices.empty()) how.indices.resize(std::size_t(s.p));
+    std::vector<double> given;
+    for (int i = 0; mean_given && i < s.p; i++) given.push_back(float(mean + 0.25 * (i % 3 + 1)));
+
+    computation<T> made(s.p, how);
+    for (const estimate& e : estimates())
+      if (walk % 2 && below(3) == 0) made.array(e.name);  // also what is never computed
+    if (mean_given) made.array("mean").assign(given.begin(), given.end());
+    int order = 0, raw_order = 0;  // that the series has begun with
+    for (int done = 0; done < s.n;) {
+      const bool begins = !(made.pair()[0] > 0);  // also after blocks that weigh nothing
+      if (begins) order = raw_order = 0;
+      const int count = std::min(large ? s.n / (1 + below(3)) : below(2) ? 1 : 1 + below(40), s.n - done);
+      how.method = mean_given ? KOV_SS_GIVEN_MEAN : both_walks[below(2)];
+      how.layout = layouts[below(2)];
+      how.threads = large ? 1 + below(4) : below(3);
+      std::vector<const estimate*> asked;
+      bool matrix = false;
+      const int largest = begins ? 1 + below(4) : 4;
+      uint64_t mask = 0;
+      for (int tries = 0; (tries < 4 || asked.empty() || (has_matrix && !matrix)) && tries < 400; tries++) {
+        const estimate& e = estimates()[std::size_t(below(20))];
+        if ((e.is_matrix() && !has_matrix) || e.order > largest || (mean_given && e.name == "mean")) continue;
+        if (!begins && (e.order > std::max(order, 1) || (mean_given && e.raw_order > raw_order))) continue;
+        asked.push_back(&e), matrix |= e.is_matrix(), mask |= e.mask, made.array(e.name);
+        made.ask(how.method == KOV_SS_FAST ? e.fast : e.pass);
+      }
+      if (asked.empty() || (has_matrix && !matrix)) break;
+      for (const estimate* e : asked) {
+        const bool raw = e->name.starts_with("raw") || e->name.starts_with("sum");
+        if (begins && !(mean_given && raw)) order = std::max(order, e->order);
+        if (begins) raw_order = std::max(raw_order, e->raw_order);
+      }
+      ASSERT_EQ(made.run(s, done, done + count, mask, how), 0) << "walk " << walk << " at " << done;
+      done += count;
+      ASSERT_EQ(check(made, asked, s.first(done), how, given, eps), "") << "walk " << walk << " at " << done;
     }
   }
 }
 
-template <class T> class basic_test : public testing::Test {};
-using precisions = testing::Types<double, float>;
-TYPED_TEST_SUITE(basic_test, precisions);
-
-TYPED_TEST(basic_test, agrees_with_definitions) {
-  using T = TypeParam;
-  const double tolerance = 60 * std::numeric_limits<T>::epsilon();
+// Arrays that another task goes on with, or that came to other addresses, and what the first one computed there: then
+// they alone are the state.
+TYPED_TEST(moments, go_on_in_another_task) {
+  const sample s = {1, 6, {1.5, 4, 2, 7, 3, 3.25}, {}};
+  const reference all(s);
   const struct {
-    int p, n, blocks, threads;
-    weights kind;
-    std::vector<int32_t> indices;
-    int32_t forms[3];
-  } cases[] = {
-      {1, 15, 1, 4, none, {}, {0, 1, 2}},
-      {2, 40, 3, 1, positive, {}, {1, 0, 2}},
-      {3, 500, 2, 2, none, {1, 0, 1}, {0, 0, 0}},
-      {3, 3000, 1, 3, first_zero, {}, {2, 0, 1}},
-      {5, 2000, 1, 2, positive, {0, 1, 1, 0, 1}, {2, 1, 0}},
-      {10, 9001, 1, 0, none, {}, {0, 0, 0}},
-      {10, 9001, 2, 2, none, {}, {0, 2, 1}},
-      {13, 700, 4, 2, first_zero, {}, {1, 1, 1}},
-      {19, 97, 1, 8, none, {}, {3, 3, 0}},
-      {70, 260, 2, 2, none, {}, {0, 0, 0}},
-  };
-  std::uint64_t vectors = 0, matrices = 0;
-  for (const std::string& name : vector_names()) vectors |= mask_of(name);
-  for (const std::string& name : matrix_names()) matrices |= mask_of(name);
-  for (const auto& c : cases) {
-    const sample s = random_sample(c.p, c.n, c.kind);
-    std::vector<double> given(c.p);  // not the sample's mean
-    for (int i = 0; i < c.p; i++) given[i] = 1 + 0.25 * i;
-    const reference own(s), about_given(s, given);
-    for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS, KOV_SS_GIVEN_MEAN})
-      for (const int32_t layout : {KOV_SS_OBSERVATIONS, KOV_SS_COMPONENTS})
-        for (const std::uint64_t estimates : {vectors | matrices, vectors, matrices}) {
-          const bool mean_given = method == KOV_SS_GIVEN_MEAN;
-          const reference& r = mean_given ? about_given : own;
-          setup how{method, layout, c.indices, c.blocks, c.threads, {}, true};
-          std::copy_n(c.forms, 3, how.forms);
-          std::ostringstream what;
-          what << "p " << c.p << ", n " << c.n << ", method " << method << ", layout " << layout
-               << ", estimates " << std::hex << estimates;
-          computation<T> made(c.p, how);
-          if (estimates & vectors)
-            for (const std::string& name : vector_names()) made.array(name);
-          if (estimates & matrices)
-            for (const std::string& name : matrix_names()) made.array(name);
-          if (mean_given) made.array("mean").assign(given.begin(), given.end());
-          made.array("mean");
-          for (int b = 0; b < c.blocks; b++)
-            ASSERT_EQ(made.run(s, b * c.n / c.blocks, (b + 1) * c.n / c.blocks, estimates, how), 0)
-                << what.str();
-          EXPECT_NEAR(made.pair[0], double(r.weight), tolerance * double(r.weight)) << what.str();
-          EXPECT_NEAR(made.pair[1], double(r.weight2), tolerance * double(r.weight2)) << what.str();
-          if (mean_given) {
-            EXPECT_TRUE(std::equal(given.begin(), given.end(), made.array("mean").begin())) << what.str();
-            made.arrays.erase("mean");
-          }
-          expect_close(made, r, how, tolerance, what.str());
-          if (testing::Test::HasFailure()) return;
-        }
+    const char *first, *later, *result;
+    int until;  // the first task's observations
+  } cases[] = {{"mean raw2 raw3 raw4", "mean raw2 raw3 raw4 central2 central3 central4", "central4", 1},
+               {"mean raw2 raw3 raw4", "mean raw2 raw3 raw4 central2 central3 central4", "raw4", 3},
+               {"mean raw2 raw3 central2 central3", "mean raw2 raw3 central2 central3", "central3", 1},
+               {"mean csum2", "mean csum2", "csum2", 1},
+               {"mean csum2 csum3 csum4", "mean csum2 csum3 csum4", "csum4", 3},
+               {"mean raw4 csum4", "mean raw4 csum4", "raw4", 2},
+               {"sum3", "sum3", "sum3", 2},
+               {"mean cov", "mean cov", "cov", 2},
+               {"mean cov cor", "mean cov", "cov", 1},
+               {"mean cor", "mean cor", "cor", 1},
+               {"mean cor cp", "mean cor cp", "cp", 1}};
+  for (const auto& c : cases)
+    for (const bool moved : {false, true}) {
+      const setup how{.method = KOV_SS_ONE_PASS};
+      computation<TypeParam> first(1), second(1);
+      for (const estimate& e : estimates()) first.array(e.name), second.array(e.name);
+      ASSERT_EQ(first.run(s, 0, c.until, first.ask(c.first), how), 0);
+      for (auto& [name, values] : second.reals) values[0] = first[name][0];
+      second.pair() = first.pair();
+      for (auto& [name, values] : second.reals)
+        if (moved) first.at(name, values.data());  // its own memory is of other arrays now
+      ASSERT_EQ((moved ? first : second).run(s, c.until, s.n, second.ask(c.later), how), 0);
+      expect_close(second, c.result, all, 40);
+    }
+}
+
+// What the caller writes to the arrays between two blocks is the state; another given mean, too.
+TYPED_TEST(moments, take_what_the_caller_writes) {
+  computation<TypeParam> made(1);
+  const sample s = {1, 4, {1, 5, 2, 4}, {}};
+  const setup how{.method = KOV_SS_ONE_PASS};
+  const uint64_t mask = made.ask("mean csum2");
+  ASSERT_EQ(made.run(s, 0, 2, mask, how), 0);
+  made["mean"][0] = 7, made["csum2"][0] = 2;  // of 6 and 8
+  ASSERT_EQ(made.run(s, 2, 4, mask, how), 0);
+  EXPECT_EQ(made["mean"][0], 5);
+  EXPECT_FLOAT_EQ(made["csum2"][0], 20);
+
+  const sample other = random_sample(3, 400, true);
+  computation<TypeParam> products(3);
+  products.ask("mean cp");
+  const std::vector<double> last = {1, 0.25, 1.5};
+  for (const auto& [mean, begin, end] :
+       {std::tuple(std::vector<double>{0.5, 1, 2}, 0, 150), {last, 150, 400}}) {
+    products["mean"].assign(mean.begin(), mean.end());
+    ASSERT_EQ(products.run(other, begin, end, estimate_of("cp").mask, {.method = KOV_SS_GIVEN_MEAN}), 0);
+  }
+  expect_close(products, "cp", reference(other, last), 45);
+}
+
+// A task that has computed with few components goes on with many.
+TEST(given_mean, dimension_may_grow) {
+  const int large = 1000;
+  task<double> t(1, 2, KOV_SS_OBSERVATIONS, std::vector<double>(2 * large, 1));
+  t.real("mean", std::vector<double>(large, 0.5)).real("csum2", std::vector<double>(large));
+  for (const int32_t dimension : {1, large, 1}) {
+    t.integers["obs_dim"][0] = dimension;
+    EXPECT_EQ(t.call("basic", KOV_SS_EST_CSUM2, KOV_SS_GIVEN_MEAN), 0);
+    EXPECT_EQ(t["csum2"][std::size_t(dimension - 1)], 0.5);
   }
 }
 
-// Sums of a computation, turned into moments and matrices by another.
-TYPED_TEST(basic_test, goes_from_sums_to_moments) {
-  using T = TypeParam;
-  for (const weights kind : {none, positive})
-    for (const bool pair : {true, false})
-      for (const std::uint64_t method : {KOV_SS_FROM_SUMS, KOV_SS_FROM_SUMS_2 | KOV_SS_SQ_TAKE}) {
-        const sample s = random_sample(4, 300, kind);
-        const reference r(s);
-        setup how{.method = method,
-                  .indices = {1, 1, 0, 1},
-                  .forms = {1, 2, kind == none ? 0 : 2},
-                  .accumulate = pair};
-        computation<T> made(s.p, how);
-        for (const std::string& name : vector_names()) made.array(name);
-        for (const std::string& name : matrix_names()) made.array(name);
-        for (const char* name : {"sum1", "sum2", "sum3", "sum4", "csum2", "csum3", "csum4"})
-          for (int i = 0; i < s.p; i++)
-            if (i != 2) made.array(name)[i] = T(r.values.at(name)[i]);
-        for (int i = 0, at = 0; i < s.p; i++)
-          for (int k = 0; k < s.p; k++)
-            if (made.forms[2] == KOV_SS_FULL || k >= i)
-              made.array("cp")[made.forms[2] == KOV_SS_FULL ? i * s.p + k : at++] =
-                  T(r.values.at("cp")[i * s.p + k]);
-        made.pair[0] = T(r.weight), made.pair[1] = T(r.weight2);
-        std::uint64_t estimates = mask_of("cov") | mask_of("cor");
-        for (int k = 0; k < 10; k++) estimates |= mask_of(vector_names()[k]);
-        const int32_t expected = pair || kind == none ? 0 : KOV_SS_ERR_ACCUM_WEIGHT;
-        ASSERT_EQ(made.run(s, 0, s.n, estimates, how), expected) << kind << pair;
-        made.arrays.erase("cp");
-        if (expected == 0) {
-          for (const char* name : {"sum1", "sum2", "sum3", "sum4", "csum2", "csum3", "csum4"})
-            made.arrays.erase(name);
-          expect_close(made, r, how, 20 * std::numeric_limits<T>::epsilon(), "from sums");
+// What does not weigh, or next to nothing, does not decide what deviations are taken from: not the first observation,
+// not the first 64, not a block of its own.
+TYPED_TEST(moments, do_not_lean_on_what_weighs_nothing) {
+  const struct {
+    double x, weight;
+    int count;
+  } cases[] = {{1e10, 0, 1},  {1e20, 0, 1},      {1e15, 1e-30, 1},
+               {1e10, 0, 70}, {1e15, 1e-30, 70}, {1e15, 1e-30, 20000}};  // the last with two threads
+  for (const auto& c : cases)
+    for (const uint64_t method : both_walks)
+      for (const int split : {0, 99}) {  // of the heavy ones, which come first where there is a block of them
+        sample s = {1, c.count + 99, {}, {}};
+        for (int j = 0; j < s.n; j++) {
+          const int heavy = split ? j : j - c.count;
+          const bool weighs = 0 <= heavy && heavy < 99;
+          s.x.push_back(weighs ? float(1 + 0.01 * heavy) : c.x), s.w.push_back(weighs ? 1 : c.weight);
         }
-        // Without central sums the central moments are inputs.
-        computation<T> ratios(s.p, how);
-        for (const char* name : {"mean", "central2", "central3", "central4"})
-          for (int i = 0; i < s.p; i++) ratios.array(name)[i] = T(r.values.at(name)[i]);
-        ratios.pair[0] = made.pair[0], ratios.pair[1] = made.pair[1];
-        for (const char* name : {"kurtosis", "skewness", "variation"}) ratios.array(name);
-        ASSERT_EQ(ratios.run(s, 0, s.n, 0x380, how), expected);
-        for (const char* name : {"mean", "central2", "central3", "central4"}) ratios.arrays.erase(name);
-        if (expected == 0)
-          expect_close(ratios, r, how, 20 * std::numeric_limits<T>::epsilon(), "ratios from moments");
+        const setup how{.method = method, .threads = 2};
+        computation<TypeParam> made(1);
+        made.ask("raw2");
+        const uint64_t mask = made.ask("mean central2 cov");
+        if (split) {
+          ASSERT_EQ(made.run(s, 0, split, mask, how), 0);
+        }
+        ASSERT_EQ(made.run(s, split, s.n, mask, how), 0);
+        expect_close(made, "mean central2 cov", reference(s), 100 + c.count / 10);
+      }
+}
+
+// ---- Other ways to the estimates
+
+// Sums turned into moments and matrices; where there are no central sums central moments are inputs.
+TYPED_TEST(moments, come_from_sums) {
+  for (const bool weighted : {false, true})
+    for (const bool pair : {true, false})
+      for (const auto& [method, known, wanted] :
+           {std::tuple(KOV_SS_FROM_SUMS, "sum1 sum2 sum3 sum4 csum2 csum3 csum4 cp",
+                       "mean raw2 raw3 raw4 central2 central3 central4 kurtosis skewness variation cov cor"),
+            {KOV_SS_FROM_SUMS_2 | KOV_SS_SQ_TAKE, "mean central2 central3 central4",
+             "kurtosis skewness variation"}}) {
+        const sample s = random_sample(4, 300, weighted);
+        const reference r(s);
+        const setup how{.method = method, .forms = {1, 2, weighted ? 2 : 0}, .accumulate = pair};
+        computation<TypeParam> made(s.p, how);
+        made.ask(known);
+        for (const std::string& name : words_of(known))
+          for (int i = 0, at = 0; i < s.p; i++)
+            for (int k = 0; k < (name == "cp" ? s.p : 1); k++)
+              if (name != "cp" || !weighted || k >= i)
+                made[name][at++] = TypeParam(r.values.at(name)[name == "cp" ? i * s.p + k : i]);
+        if (pair) made.pair() = {TypeParam(r.weight), TypeParam(r.weight2)};
+        const bool can = pair || !weighted;
+        ASSERT_EQ(made.run(s, wanted, how), can ? 0 : KOV_SS_ERR_ACCUM_WEIGHT);
+        if (can) expect_close(made, wanted, r, 20);
       }
 }
 
 // The field that is missed first, of those that each estimate needs, in each method; and methods that cannot be.
-TEST(basic, says_what_is_missing) {
-  const sample s = random_sample(2, 20, none);
+TEST(requests, say_what_is_missing) {
+  const sample s = random_sample(2, 20);
   for (const auto& [method, needs] : {std::pair(KOV_SS_FAST | KOV_SS_FROM_SUMS, &estimate::fast),
                                       {KOV_SS_ONE_PASS, &estimate::pass},
                                       {KOV_SS_GIVEN_MEAN, &estimate::pass},
                                       {KOV_SS_FROM_SUMS, &estimate::sums},
                                       {KOV_SS_FROM_SUMS_2, &estimate::sums}})
     for (const estimate& asked : estimates()) {
-      // One field after the other is set, in the order in which they are missed.
       const bool possible = asked.*needs != "-";
       const std::vector<std::string> names = words_of(asked.*needs + ' ' + asked.name);
-      std::vector<const estimate*> fields;
-      for (const estimate& e : estimates())
-        if (possible && std::find(names.begin(), names.end(), e.name) != names.end()) fields.push_back(&e);
-      const setup how{.method = method};
-      computation<double> made(s.p, how);
-      for (std::size_t set = 0; set <= fields.size(); set++) {
-        if (set > 0) made.array(fields[set - 1]->name);
-        made.pair[0] = made.pair[1] = s.n;
-        const int32_t expected = !possible ? -4029 : set < fields.size() ? fields[set]->missing : 0;
-        EXPECT_EQ(made.run(s, 0, s.n, asked.mask, how), expected) << asked.name << ", method " << method;
-      }
+      computation<double> made(s.p);
+      const auto status = [&] {
+        made.pair() = {20, 20};
+        return made.run(s, 0, s.n, asked.mask, {.method = method});
+      };
+      for (const estimate& e : estimates())  // one field after the other is set
+        if (possible && std::find(names.begin(), names.end(), e.name) != names.end()) {
+          EXPECT_EQ(status(), e.missing) << asked.name << ", method " << method;
+          made.array(e.name);
+        }
+      EXPECT_EQ(status(), possible ? 0 : KOV_SS_ERR_METHOD) << asked.name << ", method " << method;
     }
 }
 
-TEST(basic, refuses) {
-  const sample s = random_sample(2, 20, none);
-  const double x[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  const int32_t p = 2, zero = 0, n = 4, minus = -4, rows = KOV_SS_OBSERVATIONS, both = 0x30001,
-                neither = 0x40000;
-  double mean[2] = {}, cov[4] = {};
+// Threads are asked for from 16 observations and 8192 products each on, and for a matrix from as many observations as
+// there are components.
+TEST(threads, are_asked_for_where_it_is_worth_it) {
   const struct {
-    const int32_t *n, *layout;
-    const double* x;
-    std::uint64_t estimates, method;
-    int32_t status;
-  } rows_of[] = {
-      {&n, &rows, x, 0x1, 0x1, 0},
-      {&n, &both, x, 0x1, 0x2, 0},
-      {&n, &rows, x, 0x1, 0x8000000000000001, 0},
-      {&n, &rows, x, 0x1, 0, -4029},
-      {&n, &rows, x, 0x1, 0x3, -4029},
-      {&n, &rows, x, 0x1, 0x101, -4029},
-      {&n, &rows, x, 0x1, 0x103, -4029},
-      {&n, &rows, x, 0x2, 0x1003, -4029},
-      {&n, &rows, x, 0x11, 0x1, -4007},
-      {nullptr, nullptr, nullptr, 0x2, 0x1, -4007},
-      {nullptr, nullptr, nullptr, 0x1, 0x1, -4002},
-      {&zero, &rows, x, 0x1, 0x1, -4002},
-      {&minus, &rows, x, 0x1, 0x1, -4002},
-      {&n, nullptr, nullptr, 0x1, 0x1, -4032},
-      {&n, nullptr, x, 0x1, 0x1, -4044},
-      {&n, &neither, x, 0x1, 0x1, -4003},
-      {&n, &rows, x, 0x1001, 0x1, -4044},
-  };
-  for (const auto& row : rows_of) {
-    void* task;
-    ASSERT_EQ(__kovdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
-    __kovdSSEditCovCor(task, mean, cov, nullptr, nullptr, nullptr);
-    __koviSSEditTask(task, KOV_SS_OBS_COUNT, row.n);
-    __koviSSEditTask(task, KOV_SS_OBS_STORAGE, row.layout);
-    __kovdSSEditTask(task, KOV_SS_OBS, row.x);
-    mean[0] = untouched;
-    EXPECT_EQ(_kovdSSBasic(task, row.estimates, row.method, nullptr), row.status) << &row - rows_of;
-    if (row.status != 0) {
-      EXPECT_EQ(mean[0], untouched) << &row - rows_of;
-    }
-    __kovSSDeleteTask(&task);
+    int p, n;
+    const char* names;
+    bool asks;
+  } cases[] = {{1000, 31, "mean", false},    {1000, 32, "mean", true},     {10, 1638, "mean", false},
+               {10, 1639, "mean", true},     {10, 163, "mean cov", false}, {10, 164, "mean cov", true},
+               {60, 119, "mean cov", false}, {60, 120, "mean cov", true}};
+  for (const auto& c : cases) {
+    computation<double> made(c.p);
+    const int32_t before = thread_services::rounds;
+    ASSERT_EQ(made.run(random_sample(c.p, c.n), c.names, {.threads = 2}), 0);
+    EXPECT_EQ(thread_services::rounds - before, c.asks) << c.p << ' ' << c.n << ' ' << c.names;
   }
-  EXPECT_EQ(_kovdSSBasic(nullptr, 1, 1, nullptr), -4031);
-  // From sums, with neither sums of weights nor a storage form: the weights first.
-  const double pair[2] = {1, 1};
-  void* task;
-  ASSERT_EQ(__kovdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
-  __kovdSSEditCovCor(task, mean, cov, nullptr, nullptr, nullptr),
-      __kovdSSEditCP(task, mean, mean, cov, nullptr);
-  EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_COV, KOV_SS_FROM_SUMS, nullptr), -4020);
-  __kovdSSEditTask(task, KOV_SS_ACCUM_WEIGHT, pair);
-  EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_COV, KOV_SS_FROM_SUMS, nullptr), -4044);
-  __kovSSDeleteTask(&task);
-}
-
-// Every allocation failed in turn: the status, and no block lost.
-TEST(basic, survives_without_memory) {
-  const sample s = random_sample(3, 200, positive);
-  const int64_t live = arko_core_live_blocks();
-  int failures = 0;
-  for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS, KOV_SS_GIVEN_MEAN, KOV_SS_FROM_SUMS})
-    for (int k = 1;; k++) {
-      const setup how{.method = method, .threads = 2, .forms = {1, 2, 1}};
-      computation<double> made(s.p, how);
-      for (const char* name : {"mean", "sum1", "cov", "cor", "cp"}) made.array(name);
-      made.array("mean").assign(3, 0), made.pair[0] = 1;
-      arko_core_fail_allocation(k);
-      const int32_t status = made.run(s, 0, s.n, 0x3001, how);
-      arko_core_fail_allocation(0);
-      if (status == 0) break;
-      EXPECT_EQ(status, -4000);
-      EXPECT_EQ(made.arrays.at("cov")[0], untouched);
-      failures++;
-    }
-  EXPECT_EQ(arko_core_live_blocks(), live);
-  EXPECT_GE(failures, 5);
-}
-
-TEST(basic, reads_wide_integers) {
-  const int64_t p = 2, n = 3, layout = KOV_SS_COMPONENTS, form = KOV_SS_LOWER_PACKED;
-  const int64_t indices[2] = {int64_t{1} << 32, 0};
-  const auto narrow = [](const int64_t* v) { return reinterpret_cast<const int32_t*>(v); };
-  const double x[6] = {1, 2, 6, 1, 1, 1};
-  double mean[2] = {untouched, untouched}, cov[3] = {untouched, untouched, untouched};
-  void* task;
-  ASSERT_EQ(__kovdSSNewTask(&task, narrow(&p), narrow(&n), narrow(&layout), x, nullptr, narrow(indices), 1),
-            0);
-  __kovdSSEditCovCor(task, mean, cov, narrow(&form), nullptr, nullptr);
-  EXPECT_EQ(_kovdSSBasic(task, KOV_SS_EST_MEAN | KOV_SS_EST_COV, KOV_SS_ONE_PASS, nullptr), 0);
-  EXPECT_EQ(mean[0], 3);
-  EXPECT_DOUBLE_EQ(cov[0], 7);
-  for (const double v : {mean[1], cov[1], cov[2]}) EXPECT_EQ(v, untouched);
-  __kovSSDeleteTask(&task);
 }
 
 // A correlation with a component that never changes divides by zero in a kernel: nothing of that but the result is seen.
-TYPED_TEST(basic_test, kernels_report_nothing) {
-  for (const std::uint32_t set : {ZUR_ERRMODE_DEFAULT, ZUR_ERRMODE_IGNORE, ZUR_ERRMODE_NOERR | ZUR_EP,
-                                  ZUR_ERRMODE_DEFAULT | ZUR_FLUSH_DENORMALS | ZUR_TRAP_DIVBYZERO})
+TYPED_TEST(moments, let_kernels_report_nothing) {
+  for (const uint32_t set : {ZUR_ERRMODE_DEFAULT, ZUR_ERRMODE_IGNORE, ZUR_ERRMODE_NOERR | ZUR_EP,
+                             ZUR_ERRMODE_DEFAULT | ZUR_FLUSH_DENORMALS | ZUR_TRAP_DIVBYZERO})
     on_new_thread([&] {
       static int calls;
       calls = 0;
@@ -305,14 +338,13 @@ TYPED_TEST(basic_test, kernels_report_nothing) {
       _zurSetErrorCallBack(mine);
       _zurSetMode(set);
       _zurSetErrStatus(ZUR_STATUS_UNDERFLOW);
-      const std::uint32_t mode = _zurGetMode();
-      sample s = random_sample(2, 50, none);
+      const uint32_t mode = _zurGetMode();
+      sample s = random_sample(2, 50);
       for (int j = 0; j < s.n; j++) s.x[2 * j] = 3;
-      computation<TypeParam> made(s.p, {});
-      made.array("mean"), made.array("cor");
+      computation<TypeParam> made(s.p);
       errno = 0;
       const fp_words words = {.control = 0x340};  // of the x87: all exceptions trap
-      const fp_words after = under(words, [&] { EXPECT_EQ(made.run(s, 0, s.n, mask_of("cor"), {}), 0); });
+      const fp_words after = under(words, [&] { EXPECT_EQ(made.run(s, "mean cor", {}), 0); });
       EXPECT_EQ(calls, 0);
       EXPECT_EQ(errno, 0);
       EXPECT_EQ(_zurGetErrStatus(), ZUR_STATUS_UNDERFLOW);
@@ -321,237 +353,102 @@ TYPED_TEST(basic_test, kernels_report_nothing) {
       EXPECT_EQ(after.control, words.control);
       EXPECT_EQ(after.x87_flags(), 0u);
       EXPECT_EQ(after.sse_control(), words.sse_control());
-      EXPECT_TRUE(std::isnan(made.array("cor")[1]));
+      EXPECT_TRUE(std::isnan(made["cor"][1]));
     });
 }
 
-// Another mean given to a later block: the matrix is that of all observations with the mean given last.
-TEST(basic, takes_another_mean) {
-  const sample s = random_sample(3, 400, positive);
-  const std::vector<double> first = {0.5, 1, 2}, last = {1, 0.25, 1.5};
-  const reference r(s, last);
-  const setup how{.method = KOV_SS_GIVEN_MEAN};
-  computation<double> made(s.p, how);
-  made.array("cp"), made.array("mean") = first;
-  ASSERT_EQ(made.run(s, 0, 150, mask_of("cp"), how), 0);
-  made.array("mean") = last;
-  ASSERT_EQ(made.run(s, 150, 400, mask_of("cp"), how), 0);
-  made.arrays.erase("mean");
-  expect_close(made, r, how, 1e-14, "another mean");
+// ---- Data that strain an algorithm, and data with known results
+
+// A mean of 10^8 beside deviations of 1: variances and covariances lose nothing.
+TEST(large_means, take_no_digits) {
+  const sample s = random_sample(4, 20000, false, 1e8);
+  const reference r(s);
+  for (const uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS, KOV_SS_GIVEN_MEAN})
+    for (const int threads : {1, 2}) {
+      const bool given = method == KOV_SS_GIVEN_MEAN;
+      computation<double> made(s.p);
+      made.ask("raw2 mean");
+      made["mean"].assign(r.values.at("mean").begin(), r.values.at("mean").end());
+      ASSERT_EQ(made.run(s, "central2 cov", {.method = method, .threads = threads}), 0);
+      // With w x x' less W m m', what the mean lost when it was rounded comes back times 10^8.
+      expect_close(made, given ? "central2" : "mean central2 cov", r, 45);
+    }
 }
 
-// Threads are asked for from 16 observations and 8192 products each on, and for a matrix from as many observations as
-// there are components.
-TEST(basic, asks_for_threads_where_it_is_worth_it) {
-  const struct {
-    int p, n;
-    const char* estimate;
-    bool asks;
-  } cases[] = {{1000, 31, "mean", false}, {1000, 32, "mean", true}, {10, 1638, "mean", false},
-               {10, 1639, "mean", true},  {10, 163, "cov", false},  {10, 164, "cov", true},
-               {60, 119, "cov", false},   {60, 120, "cov", true}};
-  for (const auto& c : cases) {
-    const sample s = random_sample(c.p, c.n, none);
-    const setup how{.threads = 2};
-    computation<double> made(c.p, how);
-    made.array("mean"), made.array(c.estimate);
-    const int32_t before = thread_services::rounds;
-    ASSERT_EQ(made.run(s, 0, c.n, mask_of(c.estimate), how), 0);
-    EXPECT_EQ(thread_services::rounds - before, c.asks) << c.p << ' ' << c.n << ' ' << c.estimate;
-  }
-}
-
-// Infinite and undefined observations spoil their own component only.
-TEST(basic, special_observations) {
-  sample s = random_sample(3, 9000, none);
-  s.x[3 * 5000 + 1] = HUGE_VAL, s.x[3 * 10 + 2] = NAN;
-  for (const int threads : {0, 1, 2}) {
-    const setup how{.method = threads ? KOV_SS_FAST : KOV_SS_ONE_PASS, .threads = threads};
-    computation<double> made(s.p, how);
-    made.array("mean"), made.array("cov");
-    ASSERT_EQ(made.run(s, 0, s.n, 0x1001, how), 0);
-    EXPECT_NEAR(made.array("mean")[0], 0.7, 0.1);
-    const double infinite = made.array("mean")[1];
-    EXPECT_TRUE(threads ? infinite == HUGE_VAL : std::isnan(infinite)) << infinite;
-    EXPECT_TRUE(std::isnan(made.array("mean")[2]));
-    EXPECT_NEAR(made.array("cov")[0], 2, 0.2);
-    for (const int i : {1, 2, 3, 4, 5, 6, 7, 8}) EXPECT_TRUE(std::isnan(made.array("cov")[i])) << i;
-  }
-}
-
-// A component that never changes has no variance at all, and that number for its mean.
-TEST(basic, constant_component) {
-  sample s = random_sample(3, 9000, none);
-  for (int j = 0; j < s.n; j++) s.x[3 * j + 1] = 0.1;
-  for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS})
-    for (const int32_t layout : {KOV_SS_OBSERVATIONS, KOV_SS_COMPONENTS})
-      for (const int threads : {1, 2}) {
-        const setup how{.method = method, .layout = layout, .threads = threads};
-        computation<double> made(s.p, how);
-        for (const char* name : {"mean", "raw2", "central2", "cov"}) made.array(name);
-        ASSERT_EQ(made.run(s, 0, s.n, 0x1011, how), 0);
-        EXPECT_EQ(made.array("mean")[1], 0.1) << method;
-        EXPECT_EQ(made.array("central2")[1], 0) << method;
-        for (const int i : {1, 3, 4, 5, 7}) EXPECT_EQ(made.array("cov")[i], 0) << method << ' ' << i;
+// Infinite and undefined observations spoil their own component only; one that never changes has that number for its
+// mean and no variance at all.
+TEST(components, of_special_observations) {
+  sample s = random_sample(4, 9000);
+  s.x[4 * 5000 + 1] = HUGE_VAL, s.x[4 * 10 + 2] = NAN;
+  for (int j = 0; j < s.n; j++) s.x[4 * j + 3] = 0.1;
+  for (const uint64_t method : both_walks)
+    for (const int32_t layout : layouts)
+      for (const int threads : {0, 1, 2}) {
+        computation<double> made(s.p);
+        made.ask("raw2");
+        ASSERT_EQ(made.run(s, "mean central2 cov", {.method = method, .layout = layout, .threads = threads}),
+                  0);
+        EXPECT_NEAR(made["mean"][0], 0.7, 0.1);
+        EXPECT_NEAR(made.element("cov", 0, 0), 2, 0.2);
+        if (method == KOV_SS_FAST)
+          EXPECT_EQ(made["mean"][1], HUGE_VAL);
+        else
+          EXPECT_FALSE(std::isfinite(made["mean"][1]));
+        EXPECT_TRUE(std::isnan(made["mean"][2]));
+        for (int i = 0; i < 4; i++)
+          for (const int k : {1, 2}) EXPECT_TRUE(std::isnan(made.element("cov", i, k))) << i << k;
+        EXPECT_EQ(made["mean"][3], 0.1) << method;
+        EXPECT_EQ(made["central2"][3], 0) << method;
+        for (const int i : {0, 3}) EXPECT_EQ(made.element("cov", i, 3), 0) << method << ' ' << i;
       }
 }
 
-// ---- Data with known results
-
-std::vector<std::vector<double>> columns(const std::string& file) {
-  std::ifstream in(std::string(ARKO_SOURCE) + file);
-  std::vector<std::vector<double>> rows;
-  std::string line;
-  for (std::getline(in, line); std::getline(in, line);) {
-    std::istringstream cells(line);
-    rows.emplace_back();
-    for (std::string cell; std::getline(cells, cell, ',');)
-      rows.back().push_back(cell.empty() ? NAN : std::stod(cell));
-  }
-  return rows;
-}
-
-// Standard deviations certified to 15 digits for Michelson's measurements and for four series that strain an algorithm
-// (Statistical Reference Datasets, National Institute of Standards and Technology: Michelso, NumAcc1 to NumAcc4). What
-// decimal fractions lose in the series of large numbers sets their tolerance.
-TEST(basic, certified_results) {
-  const auto alternating = [](double first, double low, double high) {
-    std::vector<double> x = {first};
-    for (int i = 0; i < 500; i++) x.push_back(low), x.push_back(high);
-    return x;
-  };
-  std::vector<double> michelson;
-  for (const auto& row : columns("/tests/stats/data/michelson.csv")) michelson.push_back(299000 + row[2]);
-  ASSERT_EQ(michelson.size(), 100u);
-  const struct {
-    std::vector<double> x;
-    double mean, deviation, tolerance;
-  } series[] = {
-      {michelson, 299852.4, 79.0105478190518, 2e-15},
-      {{10000001, 10000003, 10000002}, 10000002, 1, 0},
-      {alternating(1.2, 1.1, 1.3), 1.2, 0.1, 5e-15},
-      {alternating(1000000.2, 1000000.1, 1000000.3), 1000000.2, 0.1, 1e-9},
-      {alternating(10000000.2, 10000000.1, 10000000.3), 10000000.2, 0.1, 1e-8},
-  };
-  for (const auto& c : series)
-    for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS}) {
-      const sample s{1, int(c.x.size()), c.x, {}};
-      const setup how{.method = method};
-      computation<double> made(1, how);
-      for (const char* name : {"mean", "raw2", "central2"}) made.array(name);
-      ASSERT_EQ(made.run(s, 0, s.n, 0x11, how), 0);
-      EXPECT_NEAR(made.array("mean")[0], c.mean, 2e-16 * c.mean) << c.mean << ' ' << method;
-      EXPECT_NEAR(std::sqrt(made.array("central2")[0]), c.deviation, c.tolerance * c.deviation)
-          << c.mean << ' ' << method;
-    }
-}
-
-// Eruptions and waiting times of a geyser; daily wind and temperature. Rounded values as they are published everywhere.
-TEST(basic, real_data) {
-  const struct {
-    std::vector<std::vector<double>> rows;
-    int first;
-    double mean[2], cov[3], correlation;
-  } sets[] = {
-      {columns("/examples/data/faithful.csv"),
-       0,
-       {3.487783, 70.89706},
-       {1.302728, 13.97781, 184.8233},
-       0.9008112},
-      {columns("/tests/stats/data/airquality.csv"),
-       2,
-       {9.957516, 77.88235},
-       {12.41154, -15.27214, 89.59133},
-       -0.4579879},
-  };
-  for (const auto& set : sets) {
-    sample s{2, int(set.rows.size()), {}, {}};
-    for (const auto& row : set.rows) s.x.insert(s.x.end(), {row[set.first], row[set.first + 1]});
-    for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS}) {
-      const setup how{.method = method, .forms = {KOV_SS_UPPER_PACKED, 0, 0}};
-      computation<double> made(2, how);
-      made.array("mean"), made.array("cov"), made.array("cor");
-      ASSERT_EQ(made.run(s, 0, s.n, 0x3001, how), 0);
-      for (int i = 0; i < 2; i++) EXPECT_NEAR(made.array("mean")[i] / set.mean[i], 1, 1e-6);
-      for (int i = 0; i < 3; i++) EXPECT_NEAR(made.array("cov")[i] / set.cov[i], 1, 1e-6);
-      EXPECT_NEAR(made.array("cor")[1], set.correlation, 1e-7);
-    }
-  }
-}
-
-// A mean of 10^8 beside deviations of 1: variances and covariances lose nothing.
-TEST(basic, large_means) {
-  const sample s = random_sample(4, 20000, none, 0);
-  sample far = s;
-  for (double& x : far.x) x += 1e8;
-  const reference r(far);
-  for (const std::uint64_t method : {KOV_SS_FAST, KOV_SS_ONE_PASS, KOV_SS_GIVEN_MEAN})
-    for (const int threads : {1, 2}) {
-      const setup how{.method = method, .threads = threads};
-      computation<double> made(s.p, how);
-      for (const char* name : {"raw2", "central2", "cov"}) made.array(name);
-      const auto mean = r.values.at("mean");
-      made.array("mean").assign(mean.begin(), mean.end());
-      ASSERT_EQ(made.run(far, 0, s.n, 0x1010, how), 0);
-      made.arrays.erase("mean"), made.arrays.erase("raw2");
-      // With w x x' less W m m', what the mean lost when it was rounded comes back times 10^8.
-      if (method == KOV_SS_GIVEN_MEAN) made.arrays.erase("cov");
-      expect_close(made, r, how, 1e-14, "method " + std::to_string(method));
+// Variances and means that are certified for data which strain an algorithm, and rounded ones as they are published
+// everywhere; what decimal fractions lose in the series of large numbers sets their tolerance.
+TEST(data, have_their_known_results) {
+  for (const auto& row : table_of("tests/stats/data/known.csv"))
+    for (const uint64_t method : both_walks) {
+      sample s{2, 0, {}, {}};
+      const std::size_t first = std::stoul(row[1]), second = std::stoul(row[2]);
+      for (const auto& cells : table_of(row[0])) {
+        s.x.insert(s.x.end(), {std::stod(cells[first]), std::stod(cells[second])});
+        s.n++;
+      }
+      computation<double> made(2);
+      ASSERT_EQ(made.run(s, "mean raw2 central2 cov cor", {.method = method}), 0);
+      const double expected = std::stod(row[5]);
+      EXPECT_NEAR(made.element(row[3], std::stoi(row[4]), 1), expected,
+                  std::stod(row[6]) * std::fabs(expected))
+          << row[0] << ' ' << row[3] << ' ' << method;
     }
 }
 
 // ---- Minima and maxima
 
-TYPED_TEST(basic_test, minima_and_maxima) {
+TYPED_TEST(moments, have_minima_and_maxima_beside_them) {
   using T = TypeParam;
-  const int cases[][2] = {{1, 1}, {1, 67}, {2, 40}, {3, 100}, {9, 33}, {23, 200}, {40, 3}};
-  for (const auto& [p, n] : cases)
-    for (const int32_t layout : {KOV_SS_OBSERVATIONS, KOV_SS_COMPONENTS})
-      for (const std::uint64_t estimates : {0xC00, 0x400, 0x800})
+  for (const auto& [p, n] : {std::pair(1, 1), {1, 67}, {2, 40}, {3, 100}, {9, 33}, {23, 200}, {40, 3}})
+    for (const int32_t layout : layouts)
+      for (const uint64_t estimates : {0xC00, 0x400, 0x800})
         for (const bool selection : {false, true}) {
-          sample s = random_sample(p, n, none);
+          sample s = random_sample(p, n);
           s.x[s.x.size() / 2] = NAN;
           setup how{.method = KOV_SS_ONE_PASS, .layout = layout};
-          if (selection)
-            for (int i = 0; i < p; i++) how.indices.push_back(i % 3 == 0);
+          for (int i = 0; selection && i < p; i++) how.indices.push_back(i % 3 == 0);
           computation<T> made(p, how);
-          made.array("mean");
-          ASSERT_EQ(made.run(s, 0, n, 1, how), 0);
-          std::vector<T> least(p, 1), most(p, 1);  // seeds inside the range of some, outside that of others
+          ASSERT_EQ(made.run(s, "mean", how), 0);  // for the observations
+          std::vector<T> least(p, 1), most(p, 1);  // inside the range of some, outside that of others
           least[0] = -100, most[p - 1] = 100;
-          std::vector<T> expected[2] = {least, most};
+          made.real("min", least).real("max", most);
           for (int i = 0; i < p; i++)
             for (int j = 0; j < n && (!selection || i % 3 == 0); j++) {
-              if (estimates & 0x400 && T(s.at(j, i)) < expected[0][i]) expected[0][i] = T(s.at(j, i));
-              if (estimates & 0x800 && T(s.at(j, i)) > expected[1][i]) expected[1][i] = T(s.at(j, i));
+              if (estimates & 0x400 && T(s.at(j, i)) < least[i]) least[i] = T(s.at(j, i));
+              if (estimates & 0x800 && T(s.at(j, i)) > most[i]) most[i] = T(s.at(j, i));
             }
-          statistics<T>::edit(made.task, KOV_SS_MIN, least.data());
-          statistics<T>::edit(made.task, KOV_SS_MAX, most.data());
-          EXPECT_EQ(statistics<T>::minmax(made.task, estimates, how.method, nullptr), 0);
-          EXPECT_EQ(least, expected[0]) << p << ' ' << n;
-          EXPECT_EQ(most, expected[1]) << p << ' ' << n;
+          EXPECT_EQ(made.call("minmax", estimates, how.method), 0);
+          EXPECT_EQ(made["min"], least) << p << ' ' << n;
+          EXPECT_EQ(made["max"], most) << p << ' ' << n;
         }
-}
-
-TEST(minmax, refuses) {
-  const int32_t p = 2, n = 2, layout = KOV_SS_COMPONENTS, both = 0x30000, indices[2] = {0, 0};
-  const double x[4] = {1, 2, 3, 4};
-  double least[2] = {0, 9};
-  void* task;
-  ASSERT_EQ(__kovdSSNewTask(&task, &p, &n, &layout, x, nullptr, indices, 0), 0);
-  EXPECT_EQ(_kovdSSMinmax(task, 0xC00, 0, nullptr), -4015);
-  __kovdSSEditTask(task, KOV_SS_MIN, least);
-  EXPECT_EQ(_kovdSSMinmax(task, 0xC00, 0, nullptr), -4016);
-  EXPECT_EQ(_kovdSSMinmax(task, 0x400, 0x100, nullptr), -4029);
-  arko_core_fail_allocation(1);
-  EXPECT_EQ(_kovdSSMinmax(task, 0x400, 1, nullptr), -4000);
-  arko_core_fail_allocation(0);
-  EXPECT_EQ(_kovdSSMinmax(task, 0x400, 1, nullptr), 0);
-  EXPECT_EQ(least[1], 9);  // nothing is selected
-  __koviSSEditTask(task, KOV_SS_OBS_STORAGE, &both);
-  EXPECT_EQ(_kovdSSMinmax(task, 0xC00, 0, nullptr), -4003);
-  EXPECT_EQ(_kovdSSMinmax(nullptr, 0xC00, 1, nullptr), -4031);
-  __kovSSDeleteTask(&task);
 }
 
 }  // namespace

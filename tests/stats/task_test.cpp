@@ -1,96 +1,42 @@
-// The task: what a new one looks at, every edit with its status, every family of fields, the end.
-
-#include <arko/stats.h>
-#include <gtest/gtest.h>
+// The task and what every entry does with it: its fields and their edits, the order of checks, memory that cannot be had.
 
 #include <array>
 #include <cstring>
-#include <fstream>
-#include <functional>
 #include <set>
-#include <sstream>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "core/testing.h"
+#include "tests/stats/tasks.h"
 
 namespace {
 
-using std::int32_t, std::int64_t;
+using namespace arko::test;
 
-constexpr std::size_t first_pointer = 16;  // offset of obs_dim: behind two integers and a byte
+const auto narrow = [](const int64_t* v) { return reinterpret_cast<const int32_t*>(v); };
 
-struct field {
-  std::string name, kind;
-  int64_t code;
-  int32_t missing;
-  std::size_t offset;
-};
-
-const std::vector<field>& fields() {
-  static const std::vector<field> all = [] {
-    std::vector<field> rows;
-    std::ifstream file(ARKO_SOURCE "/tests/stats/data/fields.csv");
-    std::string line;
-    for (std::getline(file, line); std::getline(file, line);) {
-      for (char& c : line)
-        if (c == ',') c = ' ';
-      std::istringstream cells(line);
-      field f;
-      cells >> f.name >> f.kind >> f.code >> f.missing;
-      f.offset = first_pointer + sizeof(void*) * rows.size();
-      rows.push_back(f);
-    }
-    return rows;
-  }();
-  return all;
-}
-
-constexpr std::size_t record_size = first_pointer + 83 * sizeof(void*);
+constexpr std::size_t first_pointer = 16, record_size = first_pointer + 83 * sizeof(void*);
 using image = std::array<unsigned char, record_size>;
 
-image image_of(const void* task) {
+image image_of(const void* record) {
   image bytes;
-  std::memcpy(bytes.data(), task, record_size);
+  std::memcpy(bytes.data(), record, record_size);
   return bytes;
 }
-
 void put(image& bytes, const std::string& name, const void* value) {
-  for (const field& f : fields())
-    if (f.name == name) std::memcpy(bytes.data() + f.offset, &value, sizeof value);
+  for (std::size_t i = 0; i < fields().size(); i++)
+    if (fields()[i].name == name)
+      std::memcpy(bytes.data() + first_pointer + sizeof(void*) * i, &value, sizeof value);
 }
 
-const int32_t p = 3, n = 5, layout = KOV_SS_COMPONENTS;
-
-template <class T> struct entries;
-template <> struct entries<double> {
-  static constexpr auto create = __kovdSSNewTask;
-  static constexpr auto edit = __kovdSSEditTask;
-};
-template <> struct entries<float> {
-  static constexpr auto create = __kovsSSNewTask;
-  static constexpr auto edit = __kovsSSEditTask;
-};
-
-template <class T> struct task {
-  void* record;
-  task() { EXPECT_EQ(entries<T>::create(&record, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0); }
-  ~task() { EXPECT_EQ(__kovSSDeleteTask(&record), 0); }
-};
-
 template <class T> class task_test : public testing::Test {};
-using precisions = testing::Types<double, float>;
 TYPED_TEST_SUITE(task_test, precisions);
 
-TYPED_TEST(task_test, a_new_one_has_what_it_was_given) {
+TYPED_TEST(task_test, begins_with_what_it_is_given) {
   const TypeParam x[15] = {}, w[5] = {};
-  const int32_t selection[3] = {1, 0, 1};
+  const int32_t p = 3, n = 5, layout = KOV_SS_COMPONENTS, selection[3] = {1, 0, 1};
   void* record;
   ASSERT_EQ(entries<TypeParam>::create(&record, &p, &n, &layout, x, w, selection, 0), 0);
   image expected{};
-  expected[4] = 2;                       // tag
-  expected[8] = sizeof(TypeParam) == 8;  // is_double
+  expected[4] = 2, expected[8] = sizeof(TypeParam) == 8;  // tag, is_double
   put(expected, "obs_dim", &p), put(expected, "obs_count", &n), put(expected, "obs_storage", &layout);
   put(expected, "obs", x), put(expected, "weights", w), put(expected, "indices", selection);
   EXPECT_EQ(image_of(record), expected);
@@ -98,149 +44,225 @@ TYPED_TEST(task_test, a_new_one_has_what_it_was_given) {
   EXPECT_EQ(record, nullptr);
   EXPECT_EQ(__kovSSDeleteTask(&record), -4031);
   EXPECT_EQ(__kovSSDeleteTask(nullptr), -4031);
+  EXPECT_EQ(entries<TypeParam>::create(nullptr, &p, &n, &layout, x, w, selection, 0), -4031);
 }
 
-TYPED_TEST(task_test, a_new_one_refuses) {
-  const TypeParam x[1] = {};
-  const int32_t zero = 0, minus = -1, observations = KOV_SS_OBSERVATIONS, both = 0x30000;
-  const int64_t wide_p = int64_t{1} << 32, wide_zero = 0, wide_n = 7, wide_layout = KOV_SS_OBSERVATIONS,
-                bad_layout = wide_p | KOV_SS_OBSERVATIONS;
-  const auto narrow = [](const int64_t* v) { return reinterpret_cast<const int32_t*>(v); };
+TYPED_TEST(task_test, is_not_created_from_what_cannot_be) {
+  constexpr int64_t none = INT64_MIN, large = int64_t{1} << 32;  // none: a null pointer
+  constexpr int64_t rows = KOV_SS_COMPONENTS, columns = KOV_SS_OBSERVATIONS, both = rows | columns;
   const struct {
-    const int32_t *p, *n, *layout;
+    int64_t p, n, layout;
     bool with_data;
     int32_t wide, status;
-  } rows[] = {
-      {&p, &n, &observations, true, 0, 0},
-      {nullptr, &n, &layout, true, 0, -4001},
-      {&zero, nullptr, nullptr, true, 0, -4001},
-      {&minus, nullptr, nullptr, false, 0, -4001},
-      {&p, &n, nullptr, true, 0, -4044},
-      {&p, nullptr, nullptr, true, 0, -4044},
-      {&p, nullptr, &layout, true, 0, -4002},
-      {&p, &zero, &layout, true, 0, -4002},
-      {&p, &minus, &layout, true, 0, -4002},
-      {&p, &n, &zero, true, 0, -4003},
-      {&p, nullptr, &both, true, 0, -4003},
-      {&p, &minus, &both, true, 0, -4003},
-      {&p, nullptr, nullptr, false, 0, 0},
-      {&p, &minus, &zero, false, 0, 0},
-      {narrow(&wide_p), narrow(&wide_n), narrow(&wide_layout), true, 1, 0},
-      {narrow(&wide_zero), narrow(&wide_n), narrow(&wide_layout), true, 1, -4001},
-      {narrow(&wide_p), narrow(&wide_n), narrow(&bad_layout), true, -1, -4003},
-  };
-  const int64_t live = arko_core_live_blocks();
-  for (const auto& row : rows) {
+  } cases[] = {{3, 5, columns, true, 0, 0},
+               {none, 5, rows, true, 0, -4001},
+               {0, none, none, true, 0, -4001},
+               {-1, none, none, false, 0, -4001},
+               {3, 5, none, true, 0, -4044},
+               {3, none, rows, true, 0, -4002},
+               {3, 0, rows, true, 0, -4002},
+               {3, -1, rows, true, 0, -4002},
+               {3, 5, 0, true, 0, -4003},
+               {3, -1, both, true, 0, -4003},
+               {3, none, none, false, 0, 0},
+               {3, -1, 0, false, 0, 0},
+               {large, 7, columns, true, 1, 0},
+               {0, 7, columns, true, 1, -4001},
+               {large, 7, large | columns, true, -1, -4003}};
+  const TypeParam x[1] = {};
+  const auto address = [](const int64_t& v) { return v == none ? nullptr : narrow(&v); };
+  for (const auto& c : cases) {
     void* record = &record;
-    EXPECT_EQ(entries<TypeParam>::create(&record, row.p, row.n, row.layout, row.with_data ? x : nullptr,
-                                         nullptr, nullptr, row.wide),
-              row.status)
-        << &row - rows;
-    EXPECT_EQ(record != nullptr, row.status == 0) << &row - rows;
+    EXPECT_EQ(entries<TypeParam>::create(&record, address(c.p), address(c.n), address(c.layout),
+                                         c.with_data ? x : nullptr, nullptr, nullptr, c.wide),
+              c.status)
+        << &c - cases;
+    EXPECT_EQ(record != nullptr, c.status == 0) << &c - cases;
     if (record) __kovSSDeleteTask(&record);
   }
-  EXPECT_EQ(entries<TypeParam>::create(nullptr, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), -4031);
-  arko_core_fail_allocation(1);
-  void* record;
-  EXPECT_EQ(entries<TypeParam>::create(&record, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), -4000);
-  EXPECT_EQ(record, nullptr);
-  arko_core_fail_allocation(0);
-  EXPECT_EQ(arko_core_live_blocks(), live);
 }
 
 // Every code through every entry, with and without a value: the status, and that nothing else changes.
 TYPED_TEST(task_test, edits_one_field) {
   ASSERT_EQ(fields().size(), 83u);
   const TypeParam value = 0;
-  std::set<int64_t> codes;
+  std::set<int64_t> codes = {(int64_t{1} << 32) + 7, INT64_MIN};
   for (int64_t code = -1; code <= 81; code++) codes.insert(code);
-  codes.insert((int64_t{1} << 32) + 7);
-  codes.insert(INT64_MIN);
-  int stored = 0;
-  for (const int64_t code : codes) {
-    const field* f = nullptr;
-    for (const field& row : fields())
-      if (row.code == code && row.kind != "internal") f = &row;
+  for (const int64_t code : codes)
     for (const std::string kind : {"real", "int"})
-      for (const void* v : {static_cast<const void*>(&value), static_cast<const void*>(nullptr)}) {
+      for (const TypeParam* v : {&value, static_cast<const TypeParam*>(nullptr)}) {
         const auto edit = [&](void* record) {
-          return kind == "real" ? entries<TypeParam>::edit(record, code, static_cast<const TypeParam*>(v))
+          return kind == "real" ? entries<TypeParam>::edit(record, code, v)
                                 : __koviSSEditTask(record, code, v);
         };
-        const task<TypeParam> t;
+        const task<TypeParam> t(3);
         image expected = image_of(t.record);
-        const bool ours = f && f->kind == kind;
-        if (ours && v) put(expected, f->name, v), stored++;
-        EXPECT_EQ(edit(t.record), !ours ? -3 : v ? 0 : f->missing) << kind << ' ' << code;
+        int32_t status = -3;
+        for (const field& f : fields())
+          if (f.code == code && f.kind == kind) {
+            status = v ? 0 : f.missing;
+            if (v) put(expected, f.name, v);
+          }
+        EXPECT_EQ(edit(t.record), status) << kind << ' ' << code;
         EXPECT_EQ(image_of(t.record), expected) << kind << ' ' << code;
         EXPECT_EQ(edit(nullptr), -4031);
       }
-  }
-  EXPECT_EQ(stored, 79);
 }
 
-// A family's entry with `count` addresses for its arguments.
-struct family {
-  const char* arguments;
-  std::function<int32_t(void* task, const void* const* values)> call;
-};
-
-template <class... A> family made(const char* arguments, int32_t (*entry)(void*, A*...)) {
-  return {arguments, [entry](void* task, const void* const* values) {
-            return [&]<std::size_t... i>(std::index_sequence<i...>) {
-              return entry(task, static_cast<A*>(const_cast<void*>(values[i]))...);
-            }
-            (std::index_sequence_for<A...>());
-          }};
-}
-
-#define FAMILIES(P)                                                                                       \
-  made("mean raw2 raw3 raw4 central2 central3 central4", __kov##P##SSEditMoments),                        \
-      made("sum1 sum2 sum3 sum4 csum2 csum3 csum4", __kov##P##SSEditSums),                                \
-      made("mean cov cov_storage cor cor_storage", __kov##P##SSEditCovCor),                               \
-      made("mean sum1 cp cp_storage", __kov##P##SSEditCP),                                                \
-      made(                                                                                               \
-          "partial_indices cov cov_storage cor cor_storage partial_cov partial_cov_storage partial_cor "  \
-          "partial_cor_storage",                                                                          \
-          __kov##P##SSEditPartialCovCor),                                                                 \
-      made("quant_count quant_orders quants order_stats order_stats_storage", __kov##P##SSEditQuantiles), \
-      made("sq_count sq_orders sq_quants sq_param_count sq_params", __kov##P##SSEditStreamQuantiles),     \
-      made("group_indices pooled_mean pooled_cov group_cov_indices group_means group_cov",                \
-           __kov##P##SSEditPooledCovariance),                                                             \
-      made(                                                                                               \
-          "mv_param_count mv_params mv_init_count mv_init mv_prior_count mv_prior mv_sim_count mv_sim "   \
-          "mv_est_count mv_est",                                                                          \
-          __kov##P##SSEditMissingVals),                                                                   \
-      made("robust_cov_storage robust_param_count robust_params robust_mean robust_cov",                  \
-           __kov##P##SSEditRCov),                                                                         \
-      made("outlier_param_count outlier_params outlier_weights", __kov##P##SSEditOutDetect),              \
-      made("cor cor_storage param_matrix param_storage", __kov##P##SSEditMtxParametrz)
-
-TYPED_TEST(task_test, edits_families_of_fields) {
-  const std::vector<family> families = [] {
-    if constexpr (sizeof(TypeParam) == 8)
-      return std::vector<family>{FAMILIES(d)};
-    else
-      return std::vector<family>{FAMILIES(s)};
-  }();
-  ASSERT_EQ(families.size(), 12u);
-  const double places[10] = {};
-  for (const family& f : families) {
-    std::vector<std::string> names;
-    std::istringstream words(f.arguments);
-    for (std::string name; words >> name;) names.push_back(name);
-    // With all arguments, with none, and with each alone.
-    for (int only = -2; only < static_cast<int>(names.size()); only++) {
-      const void* values[10] = {};
-      const task<TypeParam> t;
-      image expected = image_of(t.record);
-      for (int i = 0; i < static_cast<int>(names.size()); i++)
-        if (only == -2 || only == i) put(expected, names[i], values[i] = &places[i]);
-      EXPECT_EQ(f.call(t.record, values), 0) << f.arguments;
-      EXPECT_EQ(image_of(t.record), expected) << f.arguments << ' ' << only;
-      EXPECT_EQ(f.call(nullptr, values), -4031) << f.arguments;
+// Every argument is for the field that is named: first all, then none or one alone, which leaves the others.
+template <class T, class... A>
+void expect_family(const std::string& arguments, int32_t (*edit)(void*, A*...)) {
+  const std::vector<std::string> names = words_of(arguments);
+  ASSERT_EQ(names.size(), sizeof...(A)) << arguments;
+  const double places[2 * sizeof...(A)] = {};
+  for (std::size_t only = 0; only <= names.size(); only++) {
+    const task<T> t(3);
+    image expected = image_of(t.record);
+    for (const bool all : {true, false}) {
+      const void* values[sizeof...(A)] = {};
+      for (std::size_t i = 0; i < names.size(); i++)
+        if (all || only == i) put(expected, names[i], values[i] = &places[2 * i + all]);
+      [&]<std::size_t... i>(std::index_sequence<i...>) {
+        EXPECT_EQ(edit(t.record, static_cast<A*>(const_cast<void*>(values[i]))...), 0) << arguments;
+        EXPECT_EQ(edit(nullptr, static_cast<A*>(const_cast<void*>(values[i]))...), -4031) << arguments;
+      }
+      (std::index_sequence_for<A...>());
+      EXPECT_EQ(image_of(t.record), expected) << arguments << ' ' << only;
     }
   }
+}
+
+#define EXPECT_FAMILY(name)                               \
+  expect_family<double>(rows[at][1], __kovdSSEdit##name); \
+  expect_family<float>(rows[at][1], __kovsSSEdit##name);  \
+  EXPECT_EQ(rows[at++][0], #name)
+
+TEST(families, edit_the_fields_that_they_name) {
+  const auto rows = table_of("tests/stats/data/families.csv");
+  std::size_t at = 0;
+  EXPECT_FAMILY(Moments);
+  EXPECT_FAMILY(Sums);
+  EXPECT_FAMILY(CovCor);
+  EXPECT_FAMILY(CP);
+  EXPECT_FAMILY(PartialCovCor);
+  EXPECT_FAMILY(Quantiles);
+  EXPECT_FAMILY(StreamQuantiles);
+  EXPECT_FAMILY(PooledCovariance);
+  EXPECT_FAMILY(MissingVals);
+  EXPECT_FAMILY(RCov);
+  EXPECT_FAMILY(OutDetect);
+  EXPECT_FAMILY(MtxParametrz);
+}
+
+// ---- What the computing entries have in common
+
+using faults = std::map<std::string, std::string>;
+
+// A task of 3 components and 40 observations with all that any entry needs, but for what is wrong with it.
+template <class T> struct sound_task {
+  void* record = nullptr;
+  std::map<std::string, std::vector<int64_t>> integers;
+  std::map<std::string, std::vector<T>> reals;
+
+  explicit sound_task(const faults& wrong = {}, int32_t wide = 0) {
+    static const faults sound = {
+        {"obs_dim", "3"},           {"obs_count", "40"},           {"accum_weight", "0"},
+        {"obs_storage", "0x10000"}, {"sorted_storage", "0x10000"}, {"order_stats_storage", "0x10000"}};
+    const int64_t p = 3;
+    if (entries<T>::create(&record, narrow(&p), nullptr, nullptr, nullptr, nullptr, nullptr, wide) != 0)
+      return;
+    for (const field& f : fields()) {
+      const std::string value = wrong.contains(f.name)   ? wrong.at(f.name)
+                                : sound.contains(f.name) ? sound.at(f.name)
+                                : f.kind == "int"        ? "1"
+                                                         : "0.5";
+      if (f.kind == "internal" || value == "null") continue;
+      if (f.kind == "int") {
+        integers[f.name].assign(3, std::stoll(value, nullptr, 0));
+        __koviSSEditTask(record, f.code, integers[f.name].data());
+      } else if (value == "obs") {
+        entries<T>::edit(record, f.code, reals["obs"].data());
+      } else {
+        reals[f.name].assign(200, T(std::stod(value)));
+        entries<T>::edit(record, f.code, reals[f.name].data());
+      }
+    }
+  }
+  ~sound_task() { __kovSSDeleteTask(&record); }
+};
+
+TYPED_TEST(task_test, is_checked_in_order_by_every_entry) {
+  const auto rows = table_of("tests/stats/data/checks.csv");
+  for (std::size_t first = 0, end; first < rows.size(); first = end) {
+    const auto same = [&](const auto& row) {
+      return std::equal(row.begin(), row.begin() + 3, rows[first].begin());
+    };
+    end =
+        std::size_t(std::find_if_not(rows.begin() + std::ptrdiff_t(first), rows.end(), same) - rows.begin());
+    const entry call = entries<TypeParam>::by_name.at(rows[first][0]);
+    faults below = {{"method", rows[first][2]}};  // all that is wrong by rows below
+    for (std::size_t k = end;; k--) {
+      faults wrong = below;
+      if (k < end) {
+        std::istringstream words(rows[k][3]);
+        for (std::string name, value; std::getline(words >> std::ws, name, '=') && words >> value;)
+          wrong[name] = value;
+        if (rows[k][4] != "0") below = wrong;
+      }
+      for (const int32_t wide : {0, 1}) {
+        const sound_task<TypeParam> t(wrong, wide);
+        EXPECT_EQ(call(t.record, std::stoull(rows[first][1], nullptr, 0),
+                       std::stoull(wrong["method"], nullptr, 0), nullptr),
+                  k < end ? std::stoi(rows[k][4]) : 0)
+            << (k < end ? rows[k][3] : "nothing wrong") << " for " << rows[first][0];
+      }
+      if (k == first) break;
+    }
+  }
+  for (const auto& [name, call] : entries<TypeParam>::by_name)
+    EXPECT_EQ(call(nullptr, ~uint64_t{0}, 1, nullptr), KOV_SS_ERR_NULL_TASK) << name;
+}
+
+// The call answers, nothing is lost, and the same task serves once there is memory.
+TYPED_TEST(task_test, outlives_allocations_that_fail) {
+  const struct {
+    const char* name;
+    uint64_t estimates, method;
+    int at_least;  // allocations beside the task's own
+  } calls[] = {{"basic", 0x2001, KOV_SS_FAST, 3},
+               {"basic", 0x2000001, KOV_SS_ONE_PASS, 2},
+               {"basic", 0x3001, KOV_SS_GIVEN_MEAN, 2},
+               {"basic", 0x3000, KOV_SS_FROM_SUMS, 1},
+               {"minmax", 0x400, KOV_SS_ONE_PASS, 1},
+               {"sort", 0, KOV_SS_RADIX, 2},
+               {"quantiles", 0x10000, KOV_SS_FAST, 2},
+               {"quantiles", 0x20000, KOV_SS_FAST, 2},
+               {"mad", 0x200000000, KOV_SS_FAST, 1},
+               {"mad", 0x400000000, KOV_SS_FAST, 1},
+               {"wmedian", 0, 0, 1},
+               {"stream", 0, KOV_SS_SQ_RESULT, 20}};
+  thread_services::threads = 2;
+  for (const auto& c : calls) {
+    const entry call = entries<TypeParam>::by_name.at(c.name);
+    const auto run = [&] {
+      sound_task<TypeParam> t;
+      if (!t.record) return KOV_SS_ERR_NO_MEMORY;
+      t.reals["cov"][0] = -1;
+      const int32_t status = call(t.record, c.estimates, c.method, thread_services::get());
+      if (status != 0) {
+        EXPECT_EQ(t.reals["cov"][0], -1) << "is written only where all memory is there";
+        EXPECT_EQ(call(t.record, c.estimates, c.method, thread_services::get()), 0) << c.name;
+      }
+      return status;
+    };
+    EXPECT_GT(each_allocation_fails(KOV_SS_ERR_NO_MEMORY, run), c.at_least) << c.name << ' ' << c.estimates;
+  }
+}
+
+TYPED_TEST(task_test, reads_wide_integers) {
+  sound_task<TypeParam> t({{"indices", "0x100000000"}, {"mean", "-1"}}, 1);
+  EXPECT_EQ(entries<TypeParam>::by_name.at("basic")(t.record, KOV_SS_EST_MEAN, KOV_SS_ONE_PASS, nullptr), 0);
+  EXPECT_EQ(t.reals["mean"][2], TypeParam(0.5));
 }
 
 }  // namespace
