@@ -29,27 +29,34 @@ template <class T> void turn(const observations<T>& data, const T* origin, T* to
     for (int64_t i = 0; i < p; i++) to[i * n + j] = data.x[j * p + i] - origin[i];
 }
 
-// q += sum of y_i d_k over rows of n numbers, for i <= k: two rows of y with four of d at a time, sums in registers.
-// Rows beyond the last are the last again, and not stored.
+// q += sum of y_i d_k over rows of n numbers, for i <= k: two rows of y with four of d at a time, sums in registers. These
+// are short, and added to long ones beside them: what rounding takes grows with the length of each. Rows beyond the last
+// are the last again, and not stored.
 template <class T> void multiply_rows(const T* y, const T* d, int64_t p, int64_t n, int64_t pitch, T* q) {
   using V = lanes<T>;
-  constexpr int length = sizeof(V) / sizeof(T), high = 2, wide = 4;
+  constexpr int length = sizeof(V) / sizeof(T), high = 2, wide = 4, short_sum = 64 * length;
   for (int64_t i = 0; i < p; i += high)
     for (int64_t k = i; k < p; k += wide) {
       const T *a[high], *b[wide];
       for (int r = 0; r < high; r++) a[r] = y + std::min(i + r, p - 1) * pitch;
       for (int c = 0; c < wide; c++) b[c] = d + std::min(k + c, p - 1) * pitch;
-      V s[high][wide] = {};
-      int64_t j = 0;
-      for (; j + length <= n; j += length)
+      V total[high][wide] = {};
+      const int64_t whole = n - n % length;
+      for (int64_t j = 0, end; j < whole; j = end) {
+        end = std::min(j + short_sum, whole);
+        V s[high][wide] = {};
+        for (; j < end; j += length)
+          for (int r = 0; r < high; r++)
+            for (int c = 0; c < wide; c++) s[r][c] += load<V>(a[r] + j) * load<V>(b[c] + j);
         for (int r = 0; r < high; r++)
-          for (int c = 0; c < wide; c++) s[r][c] += load<V>(a[r] + j) * load<V>(b[c] + j);
+          for (int c = 0; c < wide; c++) total[r][c] += s[r][c];
+      }
       for (int r = 0; r < high; r++)
         for (int c = 0; c < wide; c++) {
           if (i + r > k + c || i + r >= p || k + c >= p) continue;
           T sum = 0;
-          for (int l = 0; l < length; l++) sum += s[r][c][l];
-          for (int64_t rest = j; rest < n; rest++) sum += a[r][rest] * b[c][rest];
+          for (int l = 0; l < length; l++) sum += total[r][c][l];
+          for (int64_t rest = whole; rest < n; rest++) sum += a[r][rest] * b[c][rest];
           q[(k + c) * p + i + r] += sum;
         }
     }
