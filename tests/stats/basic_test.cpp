@@ -161,33 +161,19 @@ TYPED_TEST(moments, of_series_are_those_of_one_computation) {
 // they alone are the state.
 TYPED_TEST(moments, go_on_in_another_task) {
   const sample s = {1, 6, {1.5, 4, 2, 7, 3, 3.25}, {}};
-  const reference all(s);
-  const struct {
-    const char *first, *later, *result;
-    int until;  // the first task's observations
-  } cases[] = {{"mean raw2 raw3 raw4", "mean raw2 raw3 raw4 central2 central3 central4", "central4", 1},
-               {"mean raw2 raw3 raw4", "mean raw2 raw3 raw4 central2 central3 central4", "raw4", 3},
-               {"mean raw2 raw3 central2 central3", "mean raw2 raw3 central2 central3", "central3", 1},
-               {"mean csum2", "mean csum2", "csum2", 1},
-               {"mean csum2 csum3 csum4", "mean csum2 csum3 csum4", "csum4", 3},
-               {"mean raw4 csum4", "mean raw4 csum4", "raw4", 2},
-               {"sum3", "sum3", "sum3", 2},
-               {"mean cov", "mean cov", "cov", 2},
-               {"mean cov cor", "mean cov", "cov", 1},
-               {"mean cor", "mean cor", "cor", 1},
-               {"mean cor cp", "mean cor cp", "cp", 1}};
-  for (const auto& c : cases)
+  for (const auto& row : table_of("tests/stats/data/continued.csv"))
     for (const bool moved : {false, true}) {
       const setup how{.method = KOV_SS_ONE_PASS};
+      const int until = std::stoi(row[1]);
       computation<TypeParam> first(1), second(1);
       for (const estimate& e : estimates()) first.array(e.name), second.array(e.name);
-      ASSERT_EQ(first.run(s, 0, c.until, first.ask(c.first), how), 0);
+      ASSERT_EQ(first.run(s, 0, until, first.ask(row[0]), how), 0);
       for (auto& [name, values] : second.reals) values[0] = first[name][0];
       second.pair() = first.pair();
       for (auto& [name, values] : second.reals)
         if (moved) first.at(name, values.data());  // its own memory is of other arrays now
-      ASSERT_EQ((moved ? first : second).run(s, c.until, s.n, second.ask(c.later), how), 0);
-      expect_close(second, c.result, all, 40);
+      ASSERT_EQ((moved ? first : second).run(s, until, s.n, second.ask(row[2]), how), 0);
+      expect_close(second, row[3], reference(s), 40);
     }
 }
 
@@ -230,19 +216,16 @@ TEST(given_mean, dimension_may_grow) {
 // What does not weigh, or next to nothing, does not decide what deviations are taken from: not the first observation,
 // not the first 64, not a block of its own.
 TYPED_TEST(moments, do_not_lean_on_what_weighs_nothing) {
-  const struct {
-    double x, weight;
-    int count;
-  } cases[] = {{1e10, 0, 1},  {1e20, 0, 1},      {1e15, 1e-30, 1},
-               {1e10, 0, 70}, {1e15, 1e-30, 70}, {1e15, 1e-30, 20000}};  // the last with two threads
-  for (const auto& c : cases)
+  for (const auto& row : table_of("tests/stats/data/light.csv"))
     for (const uint64_t method : both_walks)
       for (const int split : {0, 99}) {  // of the heavy ones, which come first where there is a block of them
-        sample s = {1, c.count + 99, {}, {}};
+        const int count = std::stoi(row[2]);
+        sample s = {1, count + 99, {}, {}};
         for (int j = 0; j < s.n; j++) {
-          const int heavy = split ? j : j - c.count;
+          const int heavy = split ? j : j - count;
           const bool weighs = 0 <= heavy && heavy < 99;
-          s.x.push_back(weighs ? float(1 + 0.01 * heavy) : c.x), s.w.push_back(weighs ? 1 : c.weight);
+          s.x.push_back(weighs ? float(1 + 0.01 * heavy) : std::stod(row[0]));
+          s.w.push_back(weighs ? 1 : std::stod(row[1]));
         }
         const setup how{.method = method, .threads = 2};
         computation<TypeParam> made(1);
@@ -252,7 +235,7 @@ TYPED_TEST(moments, do_not_lean_on_what_weighs_nothing) {
           ASSERT_EQ(made.run(s, 0, split, mask, how), 0);
         }
         ASSERT_EQ(made.run(s, split, s.n, mask, how), 0);
-        expect_close(made, "mean central2 cov", reference(s), 100 + c.count / 10);
+        expect_close(made, "mean central2 cov", reference(s), 100 + count / 10);
       }
 }
 
@@ -312,18 +295,12 @@ TEST(requests, say_what_is_missing) {
 // Threads are asked for from 16 observations and 8192 products each on, and for a matrix from as many observations as
 // there are components.
 TEST(threads, are_asked_for_where_it_is_worth_it) {
-  const struct {
-    int p, n;
-    const char* names;
-    bool asks;
-  } cases[] = {{1000, 31, "mean", false},    {1000, 32, "mean", true},     {10, 1638, "mean", false},
-               {10, 1639, "mean", true},     {10, 163, "mean cov", false}, {10, 164, "mean cov", true},
-               {60, 119, "mean cov", false}, {60, 120, "mean cov", true}};
-  for (const auto& c : cases) {
-    computation<double> made(c.p);
+  for (const auto& row : table_of("tests/stats/data/threads.csv")) {
+    computation<double> made(std::stoi(row[0]));
     const int32_t before = thread_services::rounds;
-    ASSERT_EQ(made.run(random_sample(c.p, c.n), c.names, {.threads = 2}), 0);
-    EXPECT_EQ(thread_services::rounds - before, c.asks) << c.p << ' ' << c.n << ' ' << c.names;
+    ASSERT_EQ(made.run(random_sample(made.p, std::stoi(row[1])), row[2], {.threads = 2}), 0);
+    EXPECT_EQ(thread_services::rounds - before, std::stoi(row[3]))
+        << row[0] << ' ' << row[1] << ' ' << row[2];
   }
 }
 

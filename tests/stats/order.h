@@ -25,18 +25,10 @@ inline constexpr const char* kinds[] = {"random", "ascending", "descending", "eq
 // n numbers; only "special" has NaN.
 template <class T> std::vector<T> input(const std::string& kind, int n, unsigned seed = 1) {
   using limits = std::numeric_limits<T>;
-  static const std::vector<T> special = {0,
-                                         T(-0.0),
-                                         limits::denorm_min(),
-                                         -limits::denorm_min(),
-                                         limits::infinity(),
-                                         -limits::infinity(),
-                                         limits::quiet_NaN(),
-                                         -limits::quiet_NaN(),
-                                         limits::max(),
-                                         limits::lowest(),
-                                         limits::min(),
-                                         1};
+  std::vector<T> special;
+  for (const T v :
+       {T(0), limits::denorm_min(), limits::infinity(), limits::quiet_NaN(), limits::max(), limits::min()})
+    special.insert(special.end(), {v, -v});
   std::mt19937 random(seed);
   std::normal_distribution<double> normal;
   std::vector<T> x;

@@ -125,35 +125,22 @@ TYPED_TEST(order, gives_absolute_deviations) {
       }
 }
 
-// Worked by hand. Every component counts, selected or not.
+// Every component counts, selected or not.
 TYPED_TEST(order, gives_weighted_quantiles) {
   using T = TypeParam;
-  const struct {
-    std::vector<T> x, weights;
-    double order, expected;
-  } rows[] = {{{4, 1, 3, 2}, {1, 1, 1, 1}, 0.5, 2.5},                   // the two in the middle
-              {{5, 4, 1, 3, 2}, {1, 1, 1, 1, 1}, 0.5, 3},               // the one in the middle
-              {{10, 20, 30}, {1, 6, 1}, 0.5, 20},                       // as much before as behind
-              {{10, 20, 30}, {2, 3, 3}, 0.5, 10 + 10 * 2 / 3.0},        // 2 of 3 into the weight of 20
-              {{30, 10, 0, 20}, {3, 2, 0, 3}, 0.5, 10 + 10 * 2 / 3.0},  //
-              {{10, 15, 20, 30}, {1, 0, 3, 4}, 0.25, 10 + 10 / 3.0},    // 15 weighs nothing
-              {{10, 15, 20, 30}, {4, 0, 2, 2}, 0.5, 15},                // mean with the next that weighs: 20
-              {{1, 2, 3}, {1, 1, 2}, 1, 3},
-              {{1, 2}, {1, 3}, 1, 2},
-              {{1, 2}, {1, 3}, 0, 1},
-              {{8}, {5}, 0.5, 8}};
-  for (const int32_t layout : layouts)
-    for (const auto& [x, weights, q, expected] : rows) {
+  for (const auto& row : table_of("tests/stats/data/weighted_quantiles.csv"))
+    for (const int32_t layout : layouts) {
+      const std::vector<T> x = numbers_of<T>(row[0]);
       std::vector<T> far = x;
       for (T& v : far) v += 100;
       task<T> t(2, int32_t(x.size()), layout, laid_out<T>({x, far}, layout));
       t.integer("indices", {0, 1})
-          .real("weights", weights)
-          .real("quant_orders", {T(q)})
-          .real("quants", {0, 0});
+          .real("weights", numbers_of<T>(row[1]))
+          .real("quant_orders", numbers_of<T>(row[2]));
+      t.real("quants", {0, 0});
       ASSERT_EQ(t.call("wmedian", 0, 0), 0);
-      EXPECT_NEAR(t["quants"][0], expected, 1e-5) << testing::PrintToString(x) << q;
-      EXPECT_NEAR(t["quants"][1], expected + 100, 1e-4) << testing::PrintToString(x) << q;
+      EXPECT_NEAR(t["quants"][0], std::stod(row[3]), 1e-5) << row[4];
+      EXPECT_NEAR(t["quants"][1], std::stod(row[3]) + 100, 1e-4) << row[4];
     }
 }
 

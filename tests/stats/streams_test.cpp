@@ -48,22 +48,11 @@ template <class T> double rank_error(const std::vector<T>& ascending, T value, T
 TYPED_TEST(streams, keep_the_error_of_rank_within_eps) {
   using T = TypeParam;
   const std::vector<T> orders = orders_of<T>(100);
+  const auto table = table_of("tests/stats/data/streams.csv");
   for (const std::string kind : kinds)
-    for (const auto& [eps, n] : {std::pair(0.001, 2000),
-                                 {0.001, 30000},
-                                 {0.003, 667},
-                                 {0.01, 20000},
-                                 {0.01, 201},
-                                 {0.03, 67},
-                                 {0.03, 12345},
-                                 {0.1, 20000},
-                                 {0.2, 10},
-                                 {0.2, 9999},
-                                 {0.3, 777},
-                                 {0.43, 3},
-                                 {0.5, 5000},
-                                 {0.9, 3000},
-                                 {0.01, 1}}) {
+    for (const auto& row : table) {
+      const double eps = std::stod(row[0]);
+      const int n = std::stoi(row[1]);
       std::vector<T> x = input<T>(kind == "special" ? "random" : kind, n, 4);
       stream<T> s(1, static_cast<T>(eps), orders);
       ASSERT_EQ(s.results(x), 0);

@@ -48,36 +48,20 @@ TYPED_TEST(task_test, begins_with_what_it_is_given) {
 }
 
 TYPED_TEST(task_test, is_not_created_from_what_cannot_be) {
-  constexpr int64_t none = INT64_MIN, large = int64_t{1} << 32;  // none: a null pointer
-  constexpr int64_t rows = KOV_SS_COMPONENTS, columns = KOV_SS_OBSERVATIONS, both = rows | columns;
-  const struct {
-    int64_t p, n, layout;
-    bool with_data;
-    int32_t wide, status;
-  } cases[] = {{3, 5, columns, true, 0, 0},
-               {none, 5, rows, true, 0, -4001},
-               {0, none, none, true, 0, -4001},
-               {-1, none, none, false, 0, -4001},
-               {3, 5, none, true, 0, -4044},
-               {3, none, rows, true, 0, -4002},
-               {3, 0, rows, true, 0, -4002},
-               {3, -1, rows, true, 0, -4002},
-               {3, 5, 0, true, 0, -4003},
-               {3, -1, both, true, 0, -4003},
-               {3, none, none, false, 0, 0},
-               {3, -1, 0, false, 0, 0},
-               {large, 7, columns, true, 1, 0},
-               {0, 7, columns, true, 1, -4001},
-               {large, 7, large | columns, true, -1, -4003}};
   const TypeParam x[1] = {};
-  const auto address = [](const int64_t& v) { return v == none ? nullptr : narrow(&v); };
-  for (const auto& c : cases) {
+  for (const auto& row : table_of("tests/stats/data/creations.csv")) {
+    int64_t values[6];
+    const int32_t* integers[6];
+    for (std::size_t i = 0; i < 6; i++) {
+      values[i] = row[i] == "null" ? 0 : std::stoll(row[i], nullptr, 0);
+      integers[i] = row[i] == "null" ? nullptr : narrow(&values[i]);
+    }
     void* record = &record;
-    EXPECT_EQ(entries<TypeParam>::create(&record, address(c.p), address(c.n), address(c.layout),
-                                         c.with_data ? x : nullptr, nullptr, nullptr, c.wide),
-              c.status)
-        << &c - cases;
-    EXPECT_EQ(record != nullptr, c.status == 0) << &c - cases;
+    EXPECT_EQ(entries<TypeParam>::create(&record, integers[0], integers[1], integers[2],
+                                         values[3] ? x : nullptr, nullptr, nullptr, int32_t(values[4])),
+              values[5])
+        << row[0] << ' ' << row[1] << ' ' << row[2];
+    EXPECT_EQ(record != nullptr, values[5] == 0);
     if (record) __kovSSDeleteTask(&record);
   }
 }
@@ -189,6 +173,10 @@ template <class T> struct sound_task {
     }
   }
   ~sound_task() { __kovSSDeleteTask(&record); }
+  int32_t call(const std::string& name, const std::string& estimates, const std::string& method) const {
+    return entries<T>::by_name.at(name)(record, std::stoull(estimates, nullptr, 0),
+                                        std::stoull(method, nullptr, 0), thread_services::get());
+  }
 };
 
 TYPED_TEST(task_test, is_checked_in_order_by_every_entry) {
@@ -199,7 +187,6 @@ TYPED_TEST(task_test, is_checked_in_order_by_every_entry) {
     };
     end =
         std::size_t(std::find_if_not(rows.begin() + std::ptrdiff_t(first), rows.end(), same) - rows.begin());
-    const entry call = entries<TypeParam>::by_name.at(rows[first][0]);
     faults below = {{"method", rows[first][2]}};  // all that is wrong by rows below
     for (std::size_t k = end;; k--) {
       faults wrong = below;
@@ -211,8 +198,7 @@ TYPED_TEST(task_test, is_checked_in_order_by_every_entry) {
       }
       for (const int32_t wide : {0, 1}) {
         const sound_task<TypeParam> t(wrong, wide);
-        EXPECT_EQ(call(t.record, std::stoull(rows[first][1], nullptr, 0),
-                       std::stoull(wrong["method"], nullptr, 0), nullptr),
+        EXPECT_EQ(t.call(rows[first][0], rows[first][1], wrong["method"]),
                   k < end ? std::stoi(rows[k][4]) : 0)
             << (k < end ? rows[k][3] : "nothing wrong") << " for " << rows[first][0];
       }
@@ -225,43 +211,26 @@ TYPED_TEST(task_test, is_checked_in_order_by_every_entry) {
 
 // The call answers, nothing is lost, and the same task serves once there is memory.
 TYPED_TEST(task_test, outlives_allocations_that_fail) {
-  const struct {
-    const char* name;
-    uint64_t estimates, method;
-    int at_least;  // allocations beside the task's own
-  } calls[] = {{"basic", 0x2001, KOV_SS_FAST, 3},
-               {"basic", 0x2000001, KOV_SS_ONE_PASS, 2},
-               {"basic", 0x3001, KOV_SS_GIVEN_MEAN, 2},
-               {"basic", 0x3000, KOV_SS_FROM_SUMS, 1},
-               {"minmax", 0x400, KOV_SS_ONE_PASS, 1},
-               {"sort", 0, KOV_SS_RADIX, 2},
-               {"quantiles", 0x10000, KOV_SS_FAST, 2},
-               {"quantiles", 0x20000, KOV_SS_FAST, 2},
-               {"mad", 0x200000000, KOV_SS_FAST, 1},
-               {"mad", 0x400000000, KOV_SS_FAST, 1},
-               {"wmedian", 0, 0, 1},
-               {"stream", 0, KOV_SS_SQ_RESULT, 20}};
   thread_services::threads = 2;
-  for (const auto& c : calls) {
-    const entry call = entries<TypeParam>::by_name.at(c.name);
+  for (const auto& row : table_of("tests/stats/data/allocations.csv")) {
     const auto run = [&] {
       sound_task<TypeParam> t;
       if (!t.record) return KOV_SS_ERR_NO_MEMORY;
       t.reals["cov"][0] = -1;
-      const int32_t status = call(t.record, c.estimates, c.method, thread_services::get());
+      const int32_t status = t.call(row[0], row[1], row[2]);
       if (status != 0) {
         EXPECT_EQ(t.reals["cov"][0], -1) << "is written only where all memory is there";
-        EXPECT_EQ(call(t.record, c.estimates, c.method, thread_services::get()), 0) << c.name;
+        EXPECT_EQ(t.call(row[0], row[1], row[2]), 0) << row[0];
       }
       return status;
     };
-    EXPECT_GT(each_allocation_fails(KOV_SS_ERR_NO_MEMORY, run), c.at_least) << c.name << ' ' << c.estimates;
+    EXPECT_GT(each_allocation_fails(KOV_SS_ERR_NO_MEMORY, run), std::stoi(row[3])) << row[0] << ' ' << row[1];
   }
 }
 
 TYPED_TEST(task_test, reads_wide_integers) {
   sound_task<TypeParam> t({{"indices", "0x100000000"}, {"mean", "-1"}}, 1);
-  EXPECT_EQ(entries<TypeParam>::by_name.at("basic")(t.record, KOV_SS_EST_MEAN, KOV_SS_ONE_PASS, nullptr), 0);
+  EXPECT_EQ(t.call("basic", "0x1", "2"), 0);
   EXPECT_EQ(t.reals["mean"][2], TypeParam(0.5));
 }
 

@@ -38,6 +38,12 @@ inline std::vector<std::string> words_of(const std::string& text) {
   return {std::istream_iterator<std::string>(words), {}};
 }
 
+template <class T> std::vector<T> numbers_of(const std::string& text) {
+  std::vector<T> numbers;
+  for (const std::string& word : words_of(text)) numbers.push_back(T(std::stod(word)));
+  return numbers;
+}
+
 struct field {
   std::string name, kind;
   int64_t code;
