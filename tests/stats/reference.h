@@ -28,6 +28,7 @@ inline real to_the(real x, int k) { return k == 0 ? 1 : x * to_the(x, k - 1); }
 // By name: values, matrices full, and the size of what is summed up for them.
 struct reference {
   std::map<std::string, std::vector<real>> values, scales;
+  std::vector<real> loss;  // by component: what deviations lose beside a larger mean
   real weight = 0, weight2 = 0;
 
   // `given`: the mean that central moments and matrices are told to take.
@@ -65,7 +66,8 @@ struct reference {
       const real m2 = values["central2"][i], d = std::sqrt(m2), d3 = m2 * d;
       put("skewness", {values["central3"][i] / d3, scales["central3"][i] / d3});
       put("kurtosis", {values["central4"][i] / (m2 * m2) - 3, values["central4"][i] / (m2 * m2) + 3});
-      put("variation", {d / m[i], std::fabs(d / m[i])});
+      put("variation", {d / m[i], std::fabs(d / m[i]) + (d / m[i]) * (d / m[i])});
+      loss.push_back(d > 0 ? 1 + std::fabs(m[i]) / d / 10 : 1);
     }
     // A mean that is not the sample's: sum of w x x' less W m m'.
     std::vector<real> q;
