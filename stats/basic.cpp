@@ -5,6 +5,7 @@
 #include "core/block.h"
 #include "stats/arena.h"
 #include "stats/computation.h"
+#include "stats/open.h"
 #include "stats/threads.h"
 
 using std::int32_t, std::int64_t;
@@ -14,16 +15,11 @@ namespace {
 
 constexpr slots matrices = {cov, cor, cp};
 
-template <class T> status read_observations(const SSTask& task, observations<T>& data) {
-  if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
-  if (!task.obs) return KOV_SS_ERR_OBS;
-  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
-  const int64_t layout = task.storage(), p = task.dimension(), n = task.count();
-  if (!(layout & (KOV_SS_COMPONENTS | KOV_SS_OBSERVATIONS))) return KOV_SS_ERR_STORAGE;
-  const bool rows = layout & KOV_SS_COMPONENTS || p == 1;
-  data = {
+template <class T> observations<T> observations_of(const SSTask& task) {
+  const int64_t p = task.dimension(), n = task.count();
+  const bool rows = task.storage() & KOV_SS_COMPONENTS || p == 1;
+  return {
       static_cast<const T*>(task.obs), static_cast<const T*>(task.weights), p, n, rows ? n : 1, rows ? 1 : p};
-  return KOV_SS_OK;
 }
 
 // A thread has to be worth its start; and the matrices that threads keep to themselves take no more room than the
@@ -83,10 +79,12 @@ computation<T>::computation(SSTask& t, const request& r)
     : task(t), want(r), p(t.dimension()), matrix(r.asked.any(matrices)) {}
 
 template <class T> status computation<T>::run(const DFThreadServices* services) {
-  observations<T> data;
   if (want.method == method::from_sums) return from_sums();
-  if (const status s = read_observations(task, data); s != KOV_SS_OK) return s;
+  if (const status s = open(task, {checks::count, checks::observations, checks::storage, checks::layout});
+      s != KOV_SS_OK)
+    return s;
   if (const status s = check_matrices(); s != KOV_SS_OK) return s;
+  const observations<T> data = observations_of<T>(task);
 
   accumulators<T> first = {};
   first.components = p;
@@ -178,7 +176,7 @@ template <class T>
 status basic(void* task, std::uint64_t estimates, std::uint64_t method, const DFThreadServices* services) {
   if (!task) return KOV_SS_ERR_NULL_TASK;
   SSTask& t = task_of(task);
-  if (!t.obs_dim || t.dimension() <= 0) return KOV_SS_ERR_OBS_DIM;
+  if (const status s = open(t, {checks::dimension}); s != KOV_SS_OK) return s;
   request r;
   if (const status s = make_request(t, estimates, method, r); s != KOV_SS_OK) return s;
   return computation<T>(t, r).run(services);

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 #include "core/block.h"
 #include "stats/task.h"
@@ -48,13 +47,6 @@ template <class T> struct matrix {
             static_cast<std::size_t>(n)};
   }
 };
-
-// Whether the task has components that can be shared out: a service counts its items in 32 bits.
-inline bool can_share_out(const SSTask& task) {
-  return task.obs_dim && task.dimension() > 0 && task.dimension() <= std::numeric_limits<std::int32_t>::max();
-}
-
-inline bool has_layout(std::int64_t storage) { return storage & (KOV_SS_COMPONENTS | KOV_SS_OBSERVATIONS); }
 
 // The numbers of the components that take part. False where there was no memory.
 class selection {

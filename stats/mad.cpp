@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "stats/components.h"
+#include "stats/open.h"
 #include "stats/select.h"
 #include "stats/task.h"
 #include "stats/threads.h"
@@ -63,11 +64,10 @@ template <class T> status mean_deviations(const SSTask& task, bool given, const 
 template <class T>
 status absolute_deviations(const SSTask& task, uint64_t estimates, uint64_t method,
                            const DFThreadServices* services) {
-  if (!can_share_out(task)) return KOV_SS_ERR_OBS_DIM;
-  if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
-  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
-  if (task.storage() != KOV_SS_COMPONENTS && task.storage() != KOV_SS_OBSERVATIONS) return KOV_SS_ERR_STORAGE;
-  if (!task.obs) return KOV_SS_ERR_OBS;
+  if (const status s = open(task, {checks::shared_dimension, checks::count, checks::storage,
+                                   checks::one_layout, checks::observations});
+      s != KOV_SS_OK)
+    return s;
 
   status answer = KOV_SS_OK;
   if (estimates & KOV_SS_EST_MEDIAN_ABS_DEV) {

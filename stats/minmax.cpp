@@ -8,6 +8,7 @@
 #include "core/block.h"
 #include "stats/lanes.h"
 #include "stats/observations.h"
+#include "stats/open.h"
 #include "stats/task.h"
 
 using std::int32_t, std::int64_t;
@@ -71,16 +72,14 @@ template <class Which, class T> void update(const observations<T>& tile, T* m) {
 template <class T> status minmax(void* record, std::uint64_t estimates, std::uint64_t method) {
   if (!record) return KOV_SS_ERR_NULL_TASK;
   const SSTask& task = task_of(record);
-  if (!task.obs_dim || task.dimension() <= 0) return KOV_SS_ERR_OBS_DIM;
-  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
-  if (task.storage() != KOV_SS_COMPONENTS && task.storage() != KOV_SS_OBSERVATIONS) return KOV_SS_ERR_STORAGE;
+  if (const status s = open(task, {checks::dimension, checks::storage, checks::one_layout}); s != KOV_SS_OK)
+    return s;
   T* const least = static_cast<T*>(estimates & KOV_SS_EST_MIN ? task.min : nullptr);
   T* const most = static_cast<T*>(estimates & KOV_SS_EST_MAX ? task.max : nullptr);
   if (estimates & KOV_SS_EST_MIN && !least) return KOV_SS_ERR_MIN;
   if (estimates & KOV_SS_EST_MAX && !most) return KOV_SS_ERR_MAX;
   if (!(method & (KOV_SS_FAST | KOV_SS_ONE_PASS))) return KOV_SS_ERR_METHOD;
-  if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
-  if (!task.obs) return KOV_SS_ERR_OBS;
+  if (const status s = open(task, {checks::count, checks::observations}); s != KOV_SS_OK) return s;
 
   const int64_t p = task.dimension(), n = task.count();
   const bool rows = task.storage() == KOV_SS_COMPONENTS || p == 1;

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "stats/components.h"
+#include "stats/open.h"
 #include "stats/select.h"
 #include "stats/sort.h"
 #include "stats/task.h"
@@ -25,12 +26,8 @@ int32_t threads_for(const DFThreadServices* services, int64_t p, int64_t most) {
   return static_cast<int32_t>(std::max<int64_t>(std::min({int64_t{thread_count(services)}, p, most}), 1));
 }
 
-// Observations that can be read.
-status check_observations(const SSTask& task) {
-  if (!can_share_out(task)) return KOV_SS_ERR_OBS_DIM;
-  if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
-  return task.obs ? KOV_SS_OK : KOV_SS_ERR_OBS;
-}
+constexpr std::initializer_list<check> readable = {checks::shared_dimension, checks::count,
+                                                   checks::observations};
 
 // Sorts x, which is also at `to`, and returns where the sorted numbers are contiguous: in `to` itself, or in the first
 // half of `work`, which has room for twice as many where `to` is not contiguous.
@@ -54,7 +51,7 @@ status sort_observations(const SSTask& task, uint64_t method, const DFThreadServ
   }
   if (!has_layout(from_storage) || !has_layout(to_storage)) return KOV_SS_ERR_STORAGE;
   if (!(method & KOV_SS_RADIX)) return KOV_SS_ERR_METHOD;
-  if (const status s = check_observations(task); s != KOV_SS_OK) return s;
+  if (const status s = open(task, readable); s != KOV_SS_OK) return s;
 
   const int64_t p = task.dimension(), n = task.count();
   const matrix<const T> x(task.obs, from_storage, p, n);
@@ -85,8 +82,7 @@ template <class T> status check_quantiles(const SSTask& task) {
 
 template <class T>
 status quantiles(const SSTask& task, uint64_t estimates, uint64_t method, const DFThreadServices* services) {
-  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
-  if (!has_layout(task.storage())) return KOV_SS_ERR_STORAGE;
+  if (const status s = open(task, {checks::storage, checks::layout}); s != KOV_SS_OK) return s;
   const bool wants_quantiles = estimates & KOV_SS_EST_QUANTS,
              wants_sorted = estimates & KOV_SS_EST_ORDER_STATS;
   if (wants_quantiles)
@@ -97,7 +93,7 @@ status quantiles(const SSTask& task, uint64_t estimates, uint64_t method, const 
     if (!has_layout(task.integer(task.order_stats_storage))) return KOV_SS_ERR_STORAGE;
   }
   if (!(method & KOV_SS_FAST)) return KOV_SS_ERR_METHOD;
-  if (const status s = check_observations(task); s != KOV_SS_OK) return s;
+  if (const status s = open(task, readable); s != KOV_SS_OK) return s;
 
   const int64_t p = task.dimension(), n = task.count();
   const int64_t m = wants_quantiles ? task.integer(task.quant_count) : 0;

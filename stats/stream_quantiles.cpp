@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "stats/components.h"
+#include "stats/open.h"
 #include "stats/sketch.h"
 #include "stats/sort.h"
 #include "stats/task.h"
@@ -31,9 +32,7 @@ template <class F> status for_active(SketchComponent* sketch, F&& f) {
 template <class T> status check_block(const SSTask& task) {
   if (!task.obs_count || task.count() < 0) return KOV_SS_ERR_OBS_COUNT;
   if (task.count() == 0) return KOV_SS_OK;
-  if (!task.obs) return KOV_SS_ERR_OBS;
-  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
-  return has_layout(task.storage()) ? KOV_SS_OK : KOV_SS_ERR_STORAGE;
+  return open(task, {checks::observations, checks::storage, checks::layout});
 }
 
 template <class T> status check_quantiles(const SSTask& task, uint64_t method) {
@@ -219,7 +218,7 @@ template <class T> status find_quantiles(const SketchComponent& c, const T* orde
 template <class T> status stream_quantiles(SSTask& task, uint64_t method, const DFThreadServices* services) {
   if (const status s = check_block<T>(task); s != KOV_SS_OK) return s;
   if (const status s = check_quantiles<T>(task, method); s != KOV_SS_OK) return s;
-  if (!can_share_out(task)) return KOV_SS_ERR_OBS_DIM;
+  if (const status s = open(task, {checks::shared_dimension}); s != KOV_SS_OK) return s;
   if (const status s = task.sq_sketch ? check_sketch<T>(task) : make_sketch<T>(task); s != KOV_SS_OK)
     return s;
   if (const status s = take_block(task, *reals<T>(task.sq_params), services); s != KOV_SS_OK) return s;

@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "core/block.h"
+#include "stats/open.h"
 
 using std::int32_t;
 
@@ -13,23 +14,13 @@ namespace kov { namespace {
 
 // ---- Creation
 
-bool known_layout(std::int64_t storage) {
-  return storage == KOV_SS_COMPONENTS || storage == KOV_SS_OBSERVATIONS;
-}
-
-status check(const SSTask& task) {
-  if (!task.obs_dim || task.dimension() <= 0) return KOV_SS_ERR_OBS_DIM;
-  if (!task.obs) return KOV_SS_OK;
-  if (!task.obs_storage) return KOV_SS_ERR_NULL_INTEGER;
-  if (!known_layout(task.storage())) return KOV_SS_ERR_STORAGE;
-  if (!task.obs_count || task.count() <= 0) return KOV_SS_ERR_OBS_COUNT;
-  return KOV_SS_OK;
-}
-
 status create(void** task, const SSTask& fields) {
   if (!task) return KOV_SS_ERR_NULL_TASK;
   *task = nullptr;
-  if (const status s = check(fields); s != KOV_SS_OK) return s;
+  if (const status s = open(fields, {checks::dimension}); s != KOV_SS_OK) return s;
+  if (fields.obs)
+    if (const status s = open(fields, {checks::storage, checks::one_layout, checks::count}); s != KOV_SS_OK)
+      return s;
   arko::block<SSTask> record;
   if (!record) return KOV_SS_ERR_NO_MEMORY;
   *record.get() = fields;
