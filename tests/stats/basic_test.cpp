@@ -157,8 +157,9 @@ TYPED_TEST(moments, of_series_are_those_of_one_computation) {
 TYPED_TEST(moments, go_on_in_another_task) {
   const sample s = {1, 6, {1.5, 4, 2, 7, 3, 3.25}, {}};
   for (const auto& row : table_of("tests/stats/data/continued.csv"))
-    for (const bool moved : {false, true}) {
-      const setup how{.method = KOV_SS_ONE_PASS};
+    for (const auto& [method, moved] :
+         {std::pair(KOV_SS_FAST, false), {KOV_SS_ONE_PASS, false}, {KOV_SS_ONE_PASS, true}}) {
+      const setup how{.method = method};
       const int until = std::stoi(row[1]);
       computation<TypeParam> first(1), second(1);
       for (const estimate& e : estimates()) first.array(e.name), second.array(e.name);
@@ -247,7 +248,10 @@ TYPED_TEST(moments, come_from_sums) {
              "kurtosis skewness variation"}}) {
         const sample s = random_sample(4, 300, weighted);
         const reference r(s);
-        const setup how{.method = method, .forms = {1, 2, weighted ? 2 : 0}, .accumulate = pair};
+        std::vector<const estimate*> asked;
+        for (const std::string& name : words_of(wanted)) asked.push_back(&estimate_of(name));
+        const setup how{
+            .method = method, .indices = {1, 1, 0, 1}, .forms = {1, 2, weighted ? 2 : 0}, .accumulate = pair};
         computation<TypeParam> made(s.p, how);
         made.ask(known);
         for (const std::string& name : words_of(known))
@@ -258,7 +262,9 @@ TYPED_TEST(moments, come_from_sums) {
         if (pair) made.pair() = {TypeParam(r.weight), TypeParam(r.weight2)};
         const bool can = pair || !weighted;
         ASSERT_EQ(made.run(s, wanted, how), can ? 0 : KOV_SS_ERR_ACCUM_WEIGHT);
-        if (can) expect_close(made, wanted, r, 20);
+        if (can) {
+          EXPECT_EQ(check(made, asked, s, how, {}, 18 * std::numeric_limits<TypeParam>::epsilon()), "");
+        }
       }
 }
 
@@ -362,10 +368,8 @@ TEST(components, of_special_observations) {
                   0);
         EXPECT_NEAR(made["mean"][0], 0.7, 0.1);
         EXPECT_NEAR(made.element("cov", 0, 0), 2, 0.2);
-        if (method == KOV_SS_FAST)
-          EXPECT_EQ(made["mean"][1], HUGE_VAL);
-        else
-          EXPECT_FALSE(std::isfinite(made["mean"][1]));
+        const double infinite = made["mean"][1];
+        EXPECT_TRUE(method == KOV_SS_FAST ? infinite == HUGE_VAL : std::isnan(infinite)) << infinite;
         EXPECT_TRUE(std::isnan(made["mean"][2]));
         for (int i = 0; i < 4; i++)
           for (const int k : {1, 2}) EXPECT_TRUE(std::isnan(made.element("cov", i, k))) << i << k;

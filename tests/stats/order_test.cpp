@@ -14,22 +14,17 @@ constexpr int sizes[] = {1, 2, 3, 7, 8, 9, 24, 25, 26, 32, 33, 34, 500, 32768, 3
 template <class T> class order : public testing::Test {};
 TYPED_TEST_SUITE(order, precisions);
 
-// The quantile of sorted numbers, in [low, high]: t is rounded to double, and its error is a part of the step.
-struct quantile {
-  real low, high;
-  template <class T> quantile(const std::vector<T>& ascending, T order) {
-    const real t = static_cast<real>(order) * (ascending.size() - 1);
-    const auto j = static_cast<std::size_t>(t);
-    const real f = t - j, a = ascending[j], b = ascending[std::min(j + 1, ascending.size() - 1)];
-    const real exact = f == 0 ? a : a * (1 - f) + b * f;
-    const real bound = f == 0 ? 0
-                              : std::numeric_limits<T>::epsilon() * std::max(std::fabs(a), std::fabs(b)) +
-                                    0x1p-52L * t * std::fabs(b - a) + std::numeric_limits<T>::denorm_min();
-    low = exact - bound, high = exact + bound;
-  }
-  // An undefined one, as between infinities, may be anything.
-  bool has(real q) const { return !(q < low) && !(q > high) && (q == q || low != low || std::isinf(low)); }
-};
+// Whether q is the quantile of sorted numbers: its place t is rounded to double, and that error is a part of the step.
+template <class T> bool is_quantile(T q, const std::vector<T>& ascending, T order) {
+  const real t = static_cast<real>(order) * (ascending.size() - 1);
+  const auto j = static_cast<std::size_t>(t);
+  const real f = t - j, a = ascending[j], b = ascending[std::min(j + 1, ascending.size() - 1)];
+  if (f == 0) return q == a || (q != q && a != a);
+  if (!std::isfinite(a) || !std::isfinite(b)) return true;  // anything
+  return std::fabs(q - (a * (1 - f) + b * f)) <=
+         std::numeric_limits<T>::epsilon() * std::max(std::fabs(a), std::fabs(b)) +
+             0x1p-52L * t * std::fabs(b - a) + std::numeric_limits<T>::denorm_min();
+}
 
 // Two of three components in every layout, on any number of threads; what is not selected leaves its place.
 TYPED_TEST(order, is_that_of_sorted_components) {
@@ -52,6 +47,7 @@ TYPED_TEST(order, is_that_of_sorted_components) {
         t.real("sorted", blank).real("order_stats", blank);
         ASSERT_EQ(t.call("sort", 0, KOV_SS_RADIX), 0);
         ASSERT_TRUE(same_bits(t["sorted"], rows)) << kind << ' ' << n << ' ' << from << ' ' << to;
+        std::map<std::pair<std::size_t, std::size_t>, T> found;  // by component and order
         // By selection, beside order statistics, and by sorting for many orders, the same quantiles.
         for (const uint64_t estimates :
              {KOV_SS_EST_QUANTS, KOV_SS_EST_QUANTS | KOV_SS_EST_ORDER_STATS, KOV_SS_EST_QUANTS}) {
@@ -60,9 +56,13 @@ TYPED_TEST(order, is_that_of_sorted_components) {
               .real("quant_orders", orders)
               .real("quants", std::vector<T>(3 * m, -1));
           ASSERT_EQ(t.call("quantiles", estimates, KOV_SS_FAST), 0);
-          for (std::size_t i = 0; i < 2 * m; i++)
-            ASSERT_TRUE(quantile(expected[i / m], orders[i % m]).has(t["quants"][i]))
-                << kind << ' ' << n << ' ' << orders[i % m] << ' ' << t["quants"][i];
+          for (std::size_t i = 0; i < 2 * m; i++) {
+            const T q = t["quants"][i], order = orders[i % m];
+            ASSERT_TRUE(is_quantile(q, expected[i / m], order))
+                << kind << ' ' << n << ' ' << order << ' ' << q;
+            const T same = found.try_emplace({i / m, i % m}, q).first->second;
+            ASSERT_EQ(std::memcmp(&q, &same, sizeof q), 0) << kind << ' ' << n << ' ' << order;
+          }
           ASSERT_EQ(t["quants"][2 * m], -1);
           if (estimates != KOV_SS_EST_QUANTS) {
             ASSERT_TRUE(same_bits(t["order_stats"], rows)) << kind << ' ' << n;
