@@ -112,8 +112,12 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   const arko::block<char> memory(measured.size());
   if (!memory) return KOV_SS_ERR_NO_MEMORY;
   const bool keeps = given_mean() || task.accum_weight;
+  // A matrix of the caller's may turn out to be none that a series can go on from. Nothing of it has been written yet.
+  const bool may_keep_matrix =
+      matrix && !want.asked.has(cp) &&
+      (!want.asked.has(cov) || data.w || old_weight + static_cast<double>(data.count) < 2);
   if (keeps)
-    if (const status s = reserve(first, false); s != KOV_SS_OK) return s;
+    if (const status s = reserve(first, may_keep_matrix); s != KOV_SS_OK) return s;
   std::memset(memory.get(), 0, measured.size());
   arena real(memory.get());
   lay_out_all(real);
@@ -158,9 +162,7 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   for (int32_t t = 1; t < threads; t++) given_mean() ? merge_given_mean(a, parts[t]) : merge(a, parts[t]);
 
   if (matrix && given_mean()) add_mean_terms(a);
-  const T* whole = matrix && keeps && !can_restore_matrix(a) ? a.q : nullptr;
-  if (whole)
-    if (const status s = reserve(first, true); s != KOV_SS_OK) return s;
+  const T* whole = may_keep_matrix && keeps && !can_restore_matrix(a) ? a.q : nullptr;
   if (keeps) remember(a, whole);
   finish(a);
   if (keeps) sign();

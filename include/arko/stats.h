@@ -434,7 +434,7 @@ ARKO_SS_COMPUTE(SSWMedian);
  * into a summary that the task keeps, with KOV_SS_SQ_RESULT it is taken in and the quantiles of all so far go to
  * `sq_quants`, a row of `sq_count` for each component. `sq_params` has one number, eps, above 0 and at most 1 and the
  * same in all calls, else KOV_SS_ERR_SQ_EPS: of N numbers so far, the rank of what is given for order q differs from q N
- * by at most eps N, or one. The summary takes of the order of log(eps N)^2 / eps numbers for each component. A block may
+ * by at most eps N, or one. The summary takes at most 0.6 log2(eps N)^3 / eps numbers for each component. A block may
  * be empty (`obs_count` 0).
  *
  * The first call decides by `indices` which components are summarised. A later one that selects others answers
