@@ -183,7 +183,7 @@ void for_tiles(const spline<T>& s, int64_t cells, int64_t functions, int64_t lea
     body(c, c + cells < all ? c + cells : all, f, f + functions < s.ny ? f + functions : s.ny);
   };
   if (services && tiles >= least_tiles && s.n * s.ny >= least_numbers)
-    run_tasks(services, tiles, thread_count(services),
+    run_tasks(services, tiles, arko::thread_count(services),
               [&](int64_t task, int32_t) { return tile(task), FIT_OK; });
   else
     for (int64_t task = 0; task < tiles; task++) tile(task);

@@ -82,7 +82,7 @@ template <class T> class natural {
   int64_t threads(const DFThreadServices* services) const {
     constexpr int64_t least_nx = 300, least_nx_for_few = 600, many = 8;
     if (s.ny == 1 || n < least_nx) return 1;
-    const int64_t t = thread_count(services);
+    const int64_t t = arko::thread_count(services);
     return n < least_nx_for_few && t < many ? 1 : t < s.ny ? t : s.ny;
   }
 

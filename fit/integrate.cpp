@@ -247,7 +247,7 @@ status integrate(const void* task_, int64_t nlim, const T* llim, int64_t llimhin
     work.known = &known;
   }
 
-  int32_t threads = thread_count(services);
+  int32_t threads = arko::thread_count(services);
   if (threads < 2 || nlim < std::max(left.parallel_from(), right.parallel_from())) threads = 1;
   const scratch<T, local_rows> rows(work.buffer() * threads);
   if (!rows) return FIT_ERR_MEMORY;

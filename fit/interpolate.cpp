@@ -235,7 +235,7 @@ status interpolate(const void* task_, int64_t type, int64_t nsite, const T* site
                         t.ny == 1 && !search_cb;
     return s < 0 || simple ? s : FIT_OK;
   }
-  const int32_t threads = thread_count(services);
+  const int32_t threads = arko::thread_count(services);
   const arko::block<work_area<T>> areas(static_cast<std::size_t>(threads));
   if (!areas) return FIT_ERR_MEMORY;
   return std::min(work.slices(services, threads, areas.get()), FIT_OK);

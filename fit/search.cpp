@@ -11,8 +11,8 @@
 #include <cstring>
 
 #include "core/block.h"
+#include "core/threads.h"
 #include "fit/ascending.h"
-#include "fit/threads.h"
 
 namespace fit {
 namespace {
@@ -309,12 +309,13 @@ status search_all(const searcher<T>& how, int64_t nsite, const T* site, C* cell,
                   const DFThreadServices* services) {
   if (how.callback) return search_by_user(how, nsite, site, cell);
   constexpr int64_t least_for_threads = 32;
-  const slicing cut = nsite < least_for_threads ? slicing{0, 0} : slices(how, nsite, thread_count(services));
+  const slicing cut =
+      nsite < least_for_threads ? slicing{0, 0} : slices(how, nsite, arko::thread_count(services));
   if (cut.count > 0) {
     const auto slice = [&](int32_t task, int32_t) {
       search_slice(how, cut.size, site + task * cut.size, cell + task * cut.size);
     };
-    parallel_for(services, cut.count, cut.count, slice);
+    arko::parallel_for(services, cut.count, cut.count, slice);
   }
   const int64_t done = cut.count * cut.size;
   search_slice(how, nsite - done, site + done, cell + done);

@@ -2,8 +2,8 @@
 #pragma once
 #include <atomic>
 
+#include "core/threads.h"
 #include "fit/task.h"
-#include "fit/threads.h"
 
 namespace [[gnu::visibility("hidden")]] fit {
 
@@ -22,7 +22,7 @@ status run_tasks(const DFThreadServices* services, int64_t tasks, int64_t thread
       while (mine < known && !failure.compare_exchange_weak(known, mine)) {
       }
     };
-    parallel_for(services, static_cast<int32_t>(n), static_cast<int32_t>(std::min(threads, n)), body);
+    arko::parallel_for(services, static_cast<int32_t>(n), static_cast<int32_t>(std::min(threads, n)), body);
     if (failure != INT64_MAX) return static_cast<status>(failure & UINT32_MAX);
   }
   return FIT_OK;

@@ -3,10 +3,10 @@
 #include <cstring>
 
 #include "core/block.h"
+#include "core/threads.h"
 #include "stats/arena.h"
 #include "stats/computation.h"
 #include "stats/open.h"
-#include "stats/threads.h"
 
 using std::int32_t, std::int64_t;
 
@@ -28,7 +28,7 @@ int32_t useful_threads(const DFThreadServices* services, int64_t p, int64_t n, b
   constexpr double least_work = 8192;
   constexpr int64_t least_observations = 16;
   const double work = static_cast<double>(n) * static_cast<double>(p) * (matrix ? static_cast<double>(p) : 1);
-  int64_t t = thread_count(services);
+  int64_t t = arko::thread_count(services);
   t = std::min(t, n / least_observations);
   if (work / least_work < static_cast<double>(t)) t = static_cast<int64_t>(work / least_work);
   if (matrix) t = std::min(t, n / p);
@@ -158,7 +158,7 @@ template <class T> status computation<T>::run(const DFThreadServices* services) 
   if (threads == 1)
     chunk(0);
   else
-    parallel_region(services, threads, chunk);
+    arko::parallel_region(services, threads, chunk);
   for (int32_t t = 1; t < threads; t++) given_mean() ? merge_given_mean(a, parts[t]) : merge(a, parts[t]);
 
   if (matrix && given_mean()) add_mean_terms(a);

@@ -5,11 +5,11 @@
 #include <cmath>
 #include <cstdint>
 
+#include "core/threads.h"
 #include "stats/components.h"
 #include "stats/open.h"
 #include "stats/select.h"
 #include "stats/task.h"
-#include "stats/threads.h"
 
 using std::int32_t, std::int64_t, std::uint64_t;
 
@@ -35,13 +35,13 @@ template <class T, class Body>
 status for_components(const SSTask& task, const DFThreadServices* services, const Body& body) {
   const int64_t p = task.dimension(), n = task.count();
   const matrix<const T> x(task.obs, task.storage(), p, n);
-  const auto threads = static_cast<int32_t>(std::min<int64_t>(p, thread_count(services)));
+  const auto threads = static_cast<int32_t>(std::min<int64_t>(p, arko::thread_count(services)));
   const workspace<T> work(threads, static_cast<std::size_t>(n));
   if (!work) return KOV_SS_ERR_NO_MEMORY;
   const auto one = [&](int32_t c, int32_t thread) {
     if (task.selected(c)) body(c, x[c], work.of(thread));
   };
-  parallel_for(services, static_cast<int32_t>(p), threads, one);
+  arko::parallel_for(services, static_cast<int32_t>(p), threads, one);
   return KOV_SS_OK;
 }
 

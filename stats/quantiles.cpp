@@ -8,12 +8,12 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "core/threads.h"
 #include "stats/components.h"
 #include "stats/open.h"
 #include "stats/select.h"
 #include "stats/sort.h"
 #include "stats/task.h"
-#include "stats/threads.h"
 
 using std::int32_t, std::int64_t, std::uint64_t;
 
@@ -23,7 +23,8 @@ constexpr int64_t few_orders = 16;  // as many selections take about as long as 
 
 // Threads that have work and whose work memory stays within the limit.
 int32_t threads_for(const DFThreadServices* services, int64_t p, int64_t most) {
-  return static_cast<int32_t>(std::max<int64_t>(std::min({int64_t{thread_count(services)}, p, most}), 1));
+  return static_cast<int32_t>(
+      std::max<int64_t>(std::min({int64_t{arko::thread_count(services)}, p, most}), 1));
 }
 
 constexpr std::initializer_list<check> readable = {checks::shared_dimension, checks::count,
@@ -57,7 +58,7 @@ status sort_observations(const SSTask& task, uint64_t method, const DFThreadServ
   const matrix<const T> x(task.obs, from_storage, p, n);
   const matrix<T> to(task.sorted, to_storage, p, n);
   const auto each = static_cast<std::size_t>(n) * (to.rows ? 1 : 2);
-  const int32_t available = thread_count(services);
+  const int32_t available = arko::thread_count(services);
   const int32_t threads = threads_for(
       services, p,
       static_cast<int64_t>(available *
@@ -66,7 +67,7 @@ status sort_observations(const SSTask& task, uint64_t method, const DFThreadServ
   const selection selected(task);
   if (!work || !selected) return KOV_SS_ERR_NO_MEMORY;
   const auto body = [&](int32_t k, int32_t thread) { sorted<T>(x[selected[k]], to[k], work.of(thread)); };
-  parallel_for(services, selected.count(), threads, body);
+  arko::parallel_for(services, selected.count(), threads, body);
   return KOV_SS_OK;
 }
 
@@ -131,7 +132,7 @@ status quantiles(const SSTask& task, uint64_t estimates, uint64_t method, const 
       results[i] = here.between(ranks.at(here.position, copies ? buffer + count : buffer));
     }
   };
-  parallel_for(services, selected.count(), threads, body);
+  arko::parallel_for(services, selected.count(), threads, body);
   return KOV_SS_OK;
 }
 

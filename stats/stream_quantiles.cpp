@@ -5,12 +5,12 @@
 #include <cmath>
 #include <cstdint>
 
+#include "core/threads.h"
 #include "stats/components.h"
 #include "stats/open.h"
 #include "stats/sketch.h"
 #include "stats/sort.h"
 #include "stats/task.h"
-#include "stats/threads.h"
 
 using std::int32_t, std::int64_t, std::uint64_t;
 
@@ -143,7 +143,7 @@ template <class T> status take_block(const SSTask& task, T eps, const DFThreadSe
   if (any == sketch + p || n == 0) return KOV_SS_OK;
 
   const matrix<const T> x(task.obs, task.storage(), p, n);
-  const int32_t threads = thread_count(services);
+  const int32_t threads = arko::thread_count(services);
   for (int64_t taken = 0; taken < n;) {
     int64_t room = any->stage_count ? stage_capacity(any->stage_index, eps) - any->current().seen : 0;
     if (room <= 0) {
@@ -156,7 +156,7 @@ template <class T> status take_block(const SSTask& task, T eps, const DFThreadSe
     const std::size_t each = flushes ? sketch_work<T>::bytes(stage.block) : 0;
     const workspace<unsigned char> work(threads, each);
     if (!work) return KOV_SS_ERR_NO_MEMORY;
-    parallel_for(services, static_cast<int32_t>(p), all_threads, [&](int32_t c, int32_t thread) {
+    arko::parallel_for(services, static_cast<int32_t>(p), arko::all_threads, [&](int32_t c, int32_t thread) {
       if (!sketch[c].active) return;
       values<const T> part = x[c];
       part.first = &part[static_cast<std::size_t>(taken)];

@@ -1,11 +1,11 @@
-// The caller's threads.
+// The caller's threads, for the libraries that stand on core.
 #pragma once
 #include <arko/threads.h>
 
 #include <algorithm>
 #include <cstdint>
 
-namespace [[gnu::visibility("hidden")]] kov {
+namespace [[gnu::visibility("hidden")]] arko {
 
 inline std::int32_t thread_count(const DFThreadServices* services) {
   return services ? std::max(services->thread_count(), 1) : 1;
@@ -35,4 +35,4 @@ void parallel_for(const DFThreadServices* services, std::int32_t items, std::int
     for (std::int32_t item = 0; item < items; item++) body(item, 0);
 }
 
-}  // namespace kov
+}  // namespace arko
