@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 
+#include "core/registers.h"
 #include "rng/stream.h"
 
 namespace [[gnu::visibility("hidden")]] kov {
@@ -44,13 +45,13 @@ inline status uniform(void* stream, std::int32_t n, float* r, float a = 0, float
 // The largest integers not above four numbers, which count as no more than `top`; the least integer where that is outside 32
 // bits.
 inline __m128i floors_of_four(const float* v, float top) {
-  const __m128 x = _mm_min_ps(_mm_set1_ps(top), _mm_loadu_ps(v)),
+  const __m128 x = _mm_min_ps(_mm_set1_ps(top), arko::load<__m128>(v)),
                whole = _mm_cvtepi32_ps(_mm_cvttps_epi32(x));
   return _mm_cvttps_epi32(_mm_sub_ps(x, _mm_and_ps(_mm_cmplt_ps(x, whole), _mm_set1_ps(1))));
 }
 inline __m128i floors_of_four(const double* v, double top) {
   const auto two = [top](const double* of) {
-    const __m128d x = _mm_min_pd(_mm_set1_pd(top), _mm_loadu_pd(of)),
+    const __m128d x = _mm_min_pd(_mm_set1_pd(top), arko::load<__m128d>(of)),
                   whole = _mm_cvtepi32_pd(_mm_cvttpd_epi32(x));
     return _mm_cvttpd_epi32(_mm_sub_pd(x, _mm_and_pd(_mm_cmplt_pd(x, whole), _mm_set1_pd(1))));
   };
@@ -59,14 +60,13 @@ inline __m128i floors_of_four(const double* v, double top) {
 
 template <class T>
 void floors(std::int32_t n, const T* v, std::int32_t* r, T top = std::numeric_limits<T>::infinity()) {
-  const auto store = [](std::int32_t* to, __m128i x) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), x); };
   std::int32_t i = 0;
-  for (; n - i >= 4; i += 4) store(r + i, floors_of_four(v + i, top));
+  for (; n - i >= 4; i += 4) arko::store(r + i, floors_of_four(v + i, top));
   if (i == n) return;
   T last[4] = {};
   std::int32_t whole[4];
   std::memcpy(last, v + i, sizeof(T) * (n - i));
-  store(whole, floors_of_four(last, top));
+  arko::store(whole, floors_of_four(last, top));
   std::memcpy(r + i, whole, sizeof(std::int32_t) * (n - i));
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 #include <limits>
 
+#include "core/registers.h"
 #include "fit/construct.h"
 
 namespace [[gnu::visibility("hidden")]] fit {
@@ -32,7 +33,7 @@ template <class T> class windows {
   }
 
  private:
-  using vec [[gnu::vector_size(16)]] = T;
+  using vec = arko::lanes<T>;
 
   template <bool uniform, class Write>
   static status solve(const spline<T>& s, const values<T>& y, const equation<T>& first,

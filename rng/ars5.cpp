@@ -69,7 +69,7 @@ struct ars5_mapping {
 
     explicit round_keys(const std::uint32_t* key) {
       const __m128i step = both_halves(0x9E3779B97F4A7C15, 0xBB67AE8584CAA73B);
-      k[0] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(key));
+      k[0] = arko::load<__m128i>(key);
       for (int r = 0; r < rounds; r++) k[r + 1] = _mm_add_epi64(k[r], step);
     }
   };

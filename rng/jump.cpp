@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "core/registers.h"
 #include "rng/block.h"
 
 using std::int32_t, std::int64_t, std::uint32_t, std::uint64_t;
@@ -58,7 +59,7 @@ class modulus {
 
   // Bits of a polynomial at each place within a word, so that they are added as whole words.
   struct shifts {
-    static constexpr int quads = most_at_once / 128 + 1, words = 2 * quads;
+    static constexpr int pairs = most_at_once / 128 + 1, words = 2 * pairs;
     uint64_t bits[64][words];
 
     bool take(const uint64_t* p, int from, int width) {
@@ -82,14 +83,16 @@ class modulus {
     void add(uint64_t* p, int to, int n, const int32_t* places) const {
       for (int i = 0; i < n;) {
         const int target = (to + places[i]) / 64;
-        quad sum[quads] = {};
+        using pair = arko::lanes<uint64_t>;
+        pair sum[pairs] = {};
         do {
           const uint64_t* b = bits[(to + places[i]) % 64];
 #pragma GCC unroll 8
-          for (int k = 0; k < quads; k++) sum[k] ^= load(b + 2 * k);
+          for (int k = 0; k < pairs; k++) sum[k] ^= arko::load<pair>(b + 2 * k);
         } while (++i < n && (to + places[i]) / 64 == target);
 #pragma GCC unroll 8
-        for (int k = 0; k < quads; k++) store(p + target + 2 * k, load(p + target + 2 * k) ^ sum[k]);
+        for (int k = 0; k < pairs; k++)
+          arko::store(p + target + 2 * k, arko::load<pair>(p + target + 2 * k) ^ sum[k]);
       }
     }
   };

@@ -216,7 +216,7 @@ struct mrg32k3a {
       for (int j = 0; j < vectors; j++) {
         vx[j] = lag16<lag16_x>(vx[j], vx[(j + 1) % vectors]);
         vy[j] = lag16<lag16_y>(vy[j], vy[(j + 1) % vectors]);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + j, difference(vx[j], vy[j]));
+        arko::store(to + 4 * j, difference(vx[j], vy[j]));
       }
     };
     for (; n - i > lanes; i += lanes) advance(r + i);

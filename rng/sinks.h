@@ -7,13 +7,15 @@
 
 #include <cstdint>
 
+#include "core/registers.h"
+
 namespace [[gnu::visibility("hidden")]] kov {
 
 template <class Word> struct word_sink {
   Word* r;
 
   template <class X> void put(std::int32_t i, X x) const { r[i] = {x}; }
-  void put(std::int32_t i, __m128i four) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), four); }
+  void put(std::int32_t i, __m128i four) const { arko::store(r + i, four); }
   void put(std::int32_t i, const std::uint64_t (&four)[4]) const {
     for (int j = 0; j < 4; j++) r[i + j] = {four[j]};
   }
@@ -42,7 +44,7 @@ template <class T> struct real_sink {
   void put(std::int32_t i, __m128d two) const {
     const __m128d v = scaled(two);
     if constexpr (sizeof(T) == 8)
-      _mm_storeu_pd(r + i, v);
+      arko::store(r + i, v);
     else
       _mm_storel_pi(reinterpret_cast<__m64*>(r + i), _mm_cvtpd_ps(v));
   }
@@ -60,7 +62,7 @@ template <class T> struct real_sink {
       put(i, x);
       put(i + 2, y);
     } else {
-      _mm_storeu_ps(r + i, _mm_movelh_ps(_mm_cvtpd_ps(scaled(x)), _mm_cvtpd_ps(scaled(y))));
+      arko::store(r + i, _mm_movelh_ps(_mm_cvtpd_ps(scaled(x)), _mm_cvtpd_ps(scaled(y))));
     }
   }
 };

@@ -23,7 +23,7 @@ template <int N, int M, int R, int U> struct twister {
     const auto run = [w, a](int from, int to, int to_middle) {
       int k = from;
       for (; to - k >= 4; k += 4)
-        store(w + k, next(load(w + k), load(w + k + 1), load(w + k + to_middle), a));
+        arko::store(w + k, next(load(w + k), load(w + k + 1), load(w + k + to_middle), a));
       for (; k < to; k++) w[k] = next(w[k], w[k + 1], w[k + to_middle], a);
     };
     run(0, std::min(count, N - M), M);

@@ -82,9 +82,8 @@ struct wh {
           __m128i w[4];
           for (int c = 0; c < 4; c++) w[c] = _mm_cvttpd_epi32(v[c]);
           const __m128i w01 = _mm_unpacklo_epi32(w[0], w[1]), w23 = _mm_unpacklo_epi32(w[2], w[3]);
-          auto* to = reinterpret_cast<__m128i*>(r) + i;
-          _mm_storeu_si128(to, _mm_unpacklo_epi64(w01, w23));
-          if (both) _mm_storeu_si128(to + 1, _mm_unpackhi_epi64(w01, w23));
+          arko::store(r + 4 * i, _mm_unpacklo_epi64(w01, w23));
+          if (both) arko::store(r + 4 * i + 4, _mm_unpackhi_epi64(w01, w23));
         });
   }
 

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "core/block.h"
-#include "stats/lanes.h"
+#include "core/registers.h"
 #include "stats/observations.h"
 #include "stats/open.h"
 #include "stats/task.h"
@@ -14,6 +14,8 @@
 using std::int32_t, std::int64_t;
 
 namespace kov { namespace {
+
+using arko::lanes, arko::load, arko::spread, arko::store;
 
 // x < m ? x : m is what the instruction does, also with NaN and zeros.
 struct lesser {

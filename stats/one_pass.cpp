@@ -13,12 +13,14 @@
 #include <algorithm>
 #include <cmath>
 
-#include "stats/lanes.h"
+#include "core/registers.h"
 #include "stats/moments.h"
 #include "stats/products.h"
 
 namespace kov {
 namespace {
+
+using arko::lanes, arko::load, arko::prefetch, arko::spread, arko::store;
 
 constexpr int most = 256;  // observations of a block
 

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 
-#include "stats/lanes.h"
+#include "core/registers.h"
 
 namespace kov {
 namespace {
+
+using arko::lanes, arko::load, arko::prefetch, arko::spread, arko::store;
 
 // Registers whose sums run beside each other: enough to hide the latency of an addition, few enough to stay registers.
 constexpr int width_of(int order) { return order <= 2 ? 4 : 2; }

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include "stats/lanes.h"
+#include "core/registers.h"
 
 namespace kov {
 namespace {
+
+using arko::lanes, arko::load, arko::prefetch;
 
 using std::int64_t;
 
