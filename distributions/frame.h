@@ -1,8 +1,7 @@
 // What the generators of distributions share: a request cut into blocks, uniform numbers, whole parts.
 //
 // A generator is a few passes over a block: uniform numbers from the stream into an array on the stack, kernels on
-// that under the guard (distributions/guard.h), by their tables in vector/functions.h (double at EP, single at LA unless it
-// says otherwise), arithmetic into the caller's array. It ends with the first negative status. Its results do not
+// that under the guard (distributions/guard.h), arithmetic into the caller's array. It ends with the first negative status. Its results do not
 // depend on the blocks, since the fills of a stream are one sequence.
 #pragma once
 #include <arko/dist.h>
@@ -15,6 +14,7 @@
 
 #include "core/registers.h"
 #include "rng/stream.h"
+#include "vector/calls.h"
 
 namespace [[gnu::visibility("hidden")]] kov {
 
@@ -40,6 +40,12 @@ inline status uniform(void* stream, std::int32_t n, double* r, double a = 0, dou
 }
 inline status uniform(void* stream, std::int32_t n, float* r, float a = 0, float b = 1) {
   return _kovsRngUniform(0, stream, n, r, a, b);
+}
+
+// The kernel of a function that a generator runs unless it says otherwise: in double at EP, in single at LA.
+template <template <class> class F, class T, class... More>
+void kernel(std::int32_t n, const T* a, More... more) {
+  zur::call<F, sizeof(T) == sizeof(double) ? zur::ep : zur::la>(n, a, more...);
 }
 
 // The largest integers not above four numbers, which count as no more than `top`; the least integer where that is outside 32

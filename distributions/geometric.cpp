@@ -2,7 +2,6 @@
 // Generation", 1986, X.2).
 #include "distributions/frame.h"
 #include "distributions/guard.h"
-#include "vector/functions.h"
 
 using namespace kov;
 
@@ -14,7 +13,7 @@ KOV_EXPORT std::int32_t _koviRngGeometric(std::int32_t, void* stream, std::int32
   return in_blocks(n, block, [&](std::int64_t i, std::int32_t m) {
     const status s = uniform(stream, m, v);
     if (s < KOV_STATUS_OK) return s;
-    guard.kernels([&] { zur::sLn_table[zur::la](m, v, v); });
+    guard.kernels([&] { kernel<zur::fn::Ln>(m, v, v); });
     for (std::int32_t j = 0; j < m; j++) v[j] *= c;
     floors(m, v, r + i);
     return s;

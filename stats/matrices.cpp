@@ -5,7 +5,7 @@
 
 #include "frame/kernel_guard.h"
 #include "stats/computation.h"
-#include "vector/functions.h"
+#include "vector/calls.h"
 
 using std::int32_t, std::int64_t;
 
@@ -31,12 +31,7 @@ template <class T> symmetric<T> of(const computation<T>& c, const matrix_fields&
 
 // The first level's kernel.
 template <class T> void inverse_roots(int64_t n, T* d) {
-  zur::silently([&] {
-    if constexpr (sizeof(T) == sizeof(double))
-      zur::dInvSqrt_table[zur::la](static_cast<int32_t>(n), d, d);
-    else
-      zur::sInvSqrt_table[zur::la](static_cast<int32_t>(n), d, d);
-  });
+  zur::silently([&] { zur::call<zur::fn::InvSqrt, zur::la>(static_cast<int32_t>(n), d, d); });
 }
 
 }  // namespace
