@@ -1,44 +1,12 @@
 // MT19937, the Mersenne Twister of 624 words and period 2^19937 - 1 (see twister.h).
 #include "rng/jump.h"
-#include "rng/stream.h"
-#include "rng/table.h"
 #include "rng/twister.h"
 
 namespace kov { namespace {
 
-struct mt19937 {
-  static constexpr int size = 624, middle = 397;
-
-  BrngStream head;
-  std::uint32_t w[size];
-  std::int32_t index;
-
-  using word = std::uint32_t;
-  static constexpr double unit = 0x1p-32;
-
-  using engine = twister<size, middle, 31, 11>;
+struct mt19937 : twister<mt19937, 624, 397, 31, 11> {
   static constexpr std::uint32_t a = 0x9908B0DF, b = 0x9D2C5680, c = 0xEFC60000;
 
-  void renew(int count) { engine::renew(w, count, a); }
-
-  status seed(std::int32_t count, const std::uint32_t* key) {
-    engine::seed(w, count, key);
-    index = size;
-    return KOV_STATUS_OK;
-  }
-  bool sound() const { return index >= 0 && index <= size; }
-  template <class Sink> status draw(std::int32_t n, const Sink& sink) {
-    std::int32_t done = 0;
-    const auto deliver = [&](int from, int count) {
-      engine::deliver(count, w + from, b, c, sink, done);
-      done += count;
-    };
-    advance(*this, n, deliver, [&](int count) {
-      renew(count);
-      deliver(0, count);
-    });
-    return KOV_STATUS_OK;
-  }
   status skip(std::int64_t count);
 };
 static_assert(sizeof(mt19937) == 2520);
@@ -60,7 +28,7 @@ struct ring_of_words : ring<mt19937> {
   static void step(void* state) {
     mt19937& s = *static_cast<mt19937*>(state);
     const auto place = [&s](int k) -> std::uint32_t& { return s.w[(s.index + k) % mt19937::size]; };
-    place(0) = mt19937::engine::next(place(0), place(1), place(mt19937::middle), mt19937::a);
+    place(0) = mt19937::next(place(0), place(1), place(mt19937::middle), mt19937::a);
     s.index = (s.index + 1) % mt19937::size;
   }
   static void finish(void* stream, void* state, std::int32_t) {

@@ -3,8 +3,6 @@
 //
 // M. Matsumoto and T. Nishimura, "Dynamic creation of pseudorandom number generators", Monte Carlo and Quasi-Monte
 // Carlo Methods 1998 (2000). The members were found by tools/mt2203_search.cpp.
-#include "rng/stream.h"
-#include "rng/table.h"
 #include "rng/twister.h"
 
 namespace kov { namespace {
@@ -14,41 +12,14 @@ constexpr std::uint32_t members[][3] = {
 };
 static_assert(std::size(members) == 6024);
 
-struct mt2203 {
-  static constexpr int size = 69;
-
-  BrngStream head;
-  std::uint32_t w[size];
-  std::int32_t index;
+// Parameters of a state are honoured, whatever they are: they are its own.
+struct mt2203 : twister<mt2203, 69, 34, 5, 12> {
   std::uint32_t a, b, c;
 
-  using word = std::uint32_t;
-  static constexpr double unit = 0x1p-32;
-
-  using engine = twister<size, 34, 5, 12>;
-
-  void renew(int count) { engine::renew(w, count, a); }
-
   status seed(std::int32_t count, const std::uint32_t* key) {
-    engine::seed(w, count, key);
-    index = size;
     const auto& row = members[member_of(head)];
     a = row[0], b = row[1], c = row[2];
-    return KOV_STATUS_OK;
-  }
-  // Parameters of a state are honoured, whatever they are: they are its own.
-  bool sound() const { return index >= 0 && index <= size; }
-  template <class Sink> status draw(std::int32_t n, const Sink& sink) {
-    std::int32_t done = 0;
-    const auto deliver = [&](int from, int count) {
-      engine::deliver(count, w + from, b, c, sink, done);
-      done += count;
-    };
-    advance(*this, n, deliver, [&](int count) {
-      renew(count);
-      deliver(0, count);
-    });
-    return KOV_STATUS_OK;
+    return twister::seed(count, key);
   }
 };
 static_assert(sizeof(mt2203) == 312);
