@@ -25,13 +25,6 @@ void expect(bool good, const char* what) {
   if (!good) throw std::runtime_error(what);
 }
 
-void add(const stream& s, std::int32_t id, std::size_t size, const std::uint64_t* global_id) {
-  void* data = arko_serv_allocate(size, 128);
-  std::memset(data, 'x', size);
-  __kovAddChunk(s.get(), id, global_id, data, static_cast<std::int32_t>(size));
-  if (__kovSearchChunk(s.get(), id) != data) arko_serv_deallocate(data);
-}
-
 // The same in the layout of version 0 or 1.
 std::string earlier(const std::string& image, char version) {
   std::string old = std::string(1, version) + image.substr(1, 9) + image.substr(12, 2) + image.substr(16, 4) +
@@ -53,14 +46,13 @@ constexpr std::uint64_t shared_id[2] = {1, 2}, made_id[2] = {1, 3};  // of a liv
 
 std::vector<std::string> good_images() {
   std::vector<std::string> images;
-  for (const std::int32_t code :
-       {KOV_BRNG_MCG31M1, KOV_BRNG_R250, KOV_BRNG_MRG32K3A, KOV_BRNG_MCG59, KOV_BRNG_WH + 9, KOV_BRNG_MT19937,
-        KOV_BRNG_MT2203 + 2, KOV_BRNG_SFMT19937, KOV_BRNG_TRNG, KOV_BRNG_ARS5, KOV_BRNG_PHILOX4X32X10}) {
+  for (const auto& [name, family] : codes_by_name) {
+    const std::int32_t code = family + (family == KOV_BRNG_WH || family == KOV_BRNG_MT2203 ? 2 : 0);
     stream s(code, {1, 2, 3});
     for (const int place : {1, 29, 700}) {
       if (code != KOV_BRNG_TRNG && code != KOV_BRNG_ARS5) s.integers(place);
       images.push_back(image_of(s));
-      add(s, place == 1 ? 9 : 3, static_cast<std::size_t>(place),
+      add(s, place == 1 ? 9 : 3, std::string(static_cast<std::size_t>(place), 'x'),
           place == 1    ? shared_id
           : place == 29 ? nullptr
                         : made_id);
@@ -81,10 +73,8 @@ std::string broken(std::string image, const std::vector<std::string>& others) {
         below(2) ? numbers[below(std::size(numbers))] : static_cast<std::uint32_t>(engine());
     switch (below(7)) {
       case 0:
-        image[at] = static_cast<char>(image[at] ^ 1 << below(8));
-        break;
       case 1:
-        image[at] = static_cast<char>(engine());
+        image[at] = static_cast<char>(image[at] ^ 1 << below(8));
         break;
       case 2:
       case 3:
@@ -134,11 +124,10 @@ void use(const stream& s) {
   if (__kovGetStreamStateBrng(s.get()) == KOV_BRNG_TRNG) return;
   stream whole(s), parts(s), reals(s);
   const int first = 1 + static_cast<int>(below(30)), rest = 1 + static_cast<int>(below(700));
-  words joined = parts.integers(first);
-  joined = joined + parts.integers(rest);
-  expect(whole.integers(first + rest) == joined, "the sequence depends on the fills");
-  reals.doubles(first, 0, 1);
-  reals.singles(rest, 0, 1);
+  const words joined = parts.integers(first);
+  expect(whole.integers(first + rest) == joined + parts.integers(rest), "the sequence depends on the fills");
+  reals.reals<double>(first, 0, 1);
+  reals.reals<float>(rest, 0, 1);
   expect(reals.integers(5) == whole.integers(5), "the sequence depends on the type of fills");
   if (below(16) == 0) reals.skip(static_cast<std::int64_t>(below(3000)));
   reals.integers(3);
@@ -165,10 +154,10 @@ int main(int count, char** arguments) {
   const int file = memfd_create("image", 0);
   const std::string name = "/proc/self/fd/" + std::to_string(file);
   const stream live(KOV_BRNG_MCG59);
-  add(live, 9, 10, shared_id);
+  add(live, 9, std::string(10, 'x'), shared_id);
   const std::vector<std::string> good = good_images();
   GlobRODataTableEntry* entry;
-  __kovCreateGlobRODataTableEntry(&entry, made_id, std::memset(arko_serv_allocate(400, 128), 'y', 400));
+  __kovCreateGlobRODataTableEntry(&entry, made_id, block_of(std::string(400, 'y')));
   const std::int64_t blocks = arko_core_live_blocks();
   std::map<std::int32_t, std::uint64_t> statuses;
   for (std::uint64_t n = from; n < from + images; n++) try {

@@ -29,20 +29,14 @@ class processor : public testing::Test {
   }
 };
 
-words record(const stream& s) {
-  words w(static_cast<std::size_t>(s.row().StateSize / 4));
-  std::memcpy(w.data(), s.get(), 4 * w.size());
-  return w;
-}
-
 // All three fills of n numbers from 0 to 1; their statuses must be one.
 std::int32_t fill_all(stream& s, int n) {
   words r(static_cast<std::size_t>(n), 7);
   std::vector<float> f(r.size(), 7);
   std::vector<double> d(r.size(), 7);
-  const std::int32_t status = s.row().FillInteger(s.get(), n, r.data());
-  EXPECT_EQ(s.row().FillSingle(s.get(), n, f.data(), 0, 1), status);
-  EXPECT_EQ(s.row().FillDouble(s.get(), n, d.data(), 0, 1), status);
+  const std::int32_t status = s.fill(n, r.data());
+  EXPECT_EQ(s.fill(n, f.data(), 0, 1), status);
+  EXPECT_EQ(s.fill(n, d.data(), 0, 1), status);
   if (status) {
     EXPECT_TRUE(r[0] == 7 && f[0] == 7 && d[0] == 7);
   }
@@ -86,13 +80,13 @@ TEST_F(processor, without_aes_makes_ars5_streams_that_refuse) {
   hide_aes = true;
   stream s(KOV_BRNG_ARS5, {1, 2, 3});
   ASSERT_EQ(s.status(), 0);
-  const words before = record(s);
+  const std::string before = s.record();
   for (const int n : {1, 300}) EXPECT_EQ(fill_all(s, n), KOV_STATUS_NO_AES);
   EXPECT_EQ(s.skip(0), KOV_STATUS_NO_AES);
   EXPECT_EQ(s.skip(9), KOV_STATUS_NO_AES);
   EXPECT_EQ(s.skip({9, 9}), KOV_STATUS_NO_AES);
   EXPECT_EQ(s.leapfrog(0, 1), KOV_STATUS_NO_LEAPFROG);
-  EXPECT_EQ(record(s), before);
+  EXPECT_EQ(s.record(), before);
 }
 
 TEST_F(processor, makes_the_same_of_ars5_at_all_widths) {
@@ -103,14 +97,14 @@ TEST_F(processor, makes_the_same_of_ars5_at_all_widths) {
       for (const int part : {before, n, n, n}) {
         if (part == 0) continue;
         hide_vaes = false;
-        const auto x = wide.integers(part);
-        const auto d = wide.doubles(part, -1, 3.3);
-        const auto f = wide.singles(part, -1, 3.3f);
+        const words x = wide.integers(part);
+        const auto d = wide.reals<double>(part, -1, 3.3);
+        const auto f = wide.reals<float>(part, -1, 3.3f);
         hide_vaes = true;
         EXPECT_EQ(narrow.integers(part), x) << n;
-        EXPECT_EQ(narrow.doubles(part, -1, 3.3), d) << n;
-        EXPECT_EQ(narrow.singles(part, -1, 3.3f), f) << n;
-        EXPECT_EQ(record(narrow), record(wide));
+        EXPECT_EQ(narrow.reals<double>(part, -1, 3.3), d) << n;
+        EXPECT_EQ(narrow.reals<float>(part, -1, 3.3f), f) << n;
+        EXPECT_EQ(narrow.record(), wide.record());
       }
     }
 }
@@ -123,66 +117,38 @@ TEST_F(processor, without_rdrand_makes_trng_streams_that_refuse) {
 }
 
 TEST_F(processor, is_asked_again_as_often_as_the_seed_of_trng_says) {
-  enum form { integer, single, real };
-  struct {
-    words seed;
-    form fill;
-    int n;
-    words script;
+  for (const fields& row : rows_of(ARKO_SOURCE "/tests/rng/data/rdrand.txt")) {
+    const stream s(KOV_BRNG_TRNG, numbers(row[0]));
+    const std::string before = s.record(), form = row[1][0];
+    const int n = std::stoi(row[1][1]);
+    const words delivered = numbers(row[4]);
+    script = numbers(row[2]), reads = 0, scripted = true;
+    std::vector<double> r, expected;  // what was written, and 99 behind it
     std::int32_t status;
-    words delivered;  // words, or pairs of them in doubles
-    std::size_t reads;
-  } const rows[] = {
-      {{}, integer, 4, {1, 2, 3, 4, 5}, 0, {1, 2, 3, 4}, 4},
-      {{}, integer, 3, {1, 2, 3, 4, 5}, 0, {1, 2, 3}, 3},
-      {{0, 2}, integer, 4, {1, 2, 3, 0, 4, 5, 6}, 0, {1, 2, 4, 5}, 6},
-      {{0, 2}, integer, 3, {1, 2, 0, 4, 5}, 0, {1, 2, 4}, 4},
-      {{0, 2}, integer, 4, {1, 2, 0, 0, 4, 5}, KOV_STATUS_RDRAND_FAILED, {1, 2}, 6},
-      {{0, 3}, integer, 4, {1, 2, 0, 0, 4, 5}, 0, {1, 2, 4, 5}, 6},
-      {{0, 1}, integer, 2, {1, 0, 3, 4}, KOV_STATUS_RDRAND_FAILED, {}, 4},
-      {{0, 2},
-       integer,
-       6,
-       {0, 1, 2, 0, 3, 4, 0, 5, 6},
-       0,
-       {1, 2, 3, 4, 5, 6},
-       9},  // counted anew for each pair
-      {{}, integer, 1, {0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, 0, {7}, 10},
-      {{9}, integer, 1, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, KOV_STATUS_RDRAND_FAILED, {}, 11},
-      {{9, 0}, single, 1, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, KOV_STATUS_RDRAND_FAILED, {}, 11},
-      {{9, 11, 1}, single, 1, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, 0, {7}, 11},
-      {{}, single, 3, {0xFFFFFFFF, 0x80000000, 1}, 0, {0xFFFFFFFF, 0x80000000, 1}, 3},
-      {{0, 2}, single, 2, {1, 0, 3, 4}, 0, {3, 4}, 4},
-      {{}, real, 2, {1, 2, 0xFFFFFFFF, 0xFFFFFFFF}, 0, {1, 2, 0xFFFFFFFF, 0xFFFFFFFF}, 4},
-      {{0, 2}, real, 2, {1, 0, 3, 4, 5, 0x80000000}, 0, {3, 4, 5, 0x80000000}, 6},
-      {{0, 2}, real, 2, {5, 6, 1, 0, 0, 1, 2}, KOV_STATUS_RDRAND_FAILED, {5, 6}, 7},
-  };
-  for (const auto& row : rows) {
-    stream s(KOV_BRNG_TRNG, row.seed);
-    const words before = record(s);
-    script = row.script, reads = 0, scripted = true;
-    words r(static_cast<std::size_t>(row.n), 99);
-    std::vector<float> f(r.size(), 99);
-    std::vector<double> d(r.size(), 99);
-    const std::int32_t status = row.fill == integer  ? s.row().FillInteger(s.get(), row.n, r.data())
-                                : row.fill == single ? s.row().FillSingle(s.get(), row.n, f.data(), -1, 2.5f)
-                                                     : s.row().FillDouble(s.get(), row.n, d.data(), -1, 2.3);
-    EXPECT_EQ(status, row.status) << &row - rows;
-    EXPECT_EQ(reads, row.reads) << &row - rows;
-    EXPECT_EQ(record(s), before);
-    const std::size_t numbers = row.delivered.size() / (row.fill == real ? 2 : 1);
-    for (std::size_t i = 0; i < r.size(); i++) {
-      const auto word = [&](std::size_t k) { return i < numbers ? row.delivered[k] : 0; };
-      if (row.fill == integer) {
-        EXPECT_EQ(r[i], i < numbers ? word(i) : 99) << &row - rows;
-      } else if (row.fill == single) {
-        EXPECT_EQ(f[i], i < numbers ? static_cast<float>(word(i)) * (3.5f * 0x1p-32f) - 1 : 99)
-            << &row - rows;
-      } else {
-        const long double u = word(2 * i) + 0x1p32L * word(2 * i + 1), b = 2.3;
-        EXPECT_EQ(d[i], i < numbers ? static_cast<double>(u * ((b + 1) * 0x1p-64L) - 1) : 99) << &row - rows;
+    const auto run = [&](auto type, auto... interval) {
+      std::vector<decltype(type)> all(static_cast<std::size_t>(n), 99);
+      status = stream(s).fill(n, all.data(), interval...);
+      r.assign(all.begin(), all.end());
+    };
+    if (form == "word") {
+      run(std::uint32_t());
+      expected.assign(delivered.begin(), delivered.end());
+    } else if (form == "single") {
+      run(0.0f, -1.0f, 2.5f);
+      for (const std::uint32_t x : delivered)
+        expected.push_back(static_cast<float>(x) * (3.5f * 0x1p-32f) - 1);
+    } else {
+      run(0.0, -1.0, 2.3);
+      for (std::size_t i = 0; i < delivered.size(); i += 2) {
+        const long double u = delivered[i] + 0x1p32L * delivered[i + 1], b = 2.3;
+        expected.push_back(static_cast<double>(u * ((b + 1) * 0x1p-64L) - 1));
       }
     }
+    expected.resize(r.size(), 99);
+    EXPECT_EQ(r, expected) << form << ' ' << n;
+    EXPECT_EQ(status, row[3][0] == "0" ? 0 : KOV_STATUS_RDRAND_FAILED);
+    EXPECT_EQ(reads, numbers(row[5])[0]);
+    EXPECT_EQ(s.record(), before);
   }
 }
 
@@ -196,12 +162,11 @@ TEST_F(processor, gives_random_words_that_do_not_come_again) {
     for (const std::uint32_t w : x) ones += w >> bit & 1;
     EXPECT_NEAR(ones, 2000, 220) << bit;  // seven standard deviations
   }
-  for (const double d : s.doubles(1000, -2, 3)) EXPECT_TRUE(d >= -2 && d <= 3);
-  for (const float f : s.singles(1000, -2, 3)) EXPECT_TRUE(f >= -2 && f <= 3);
+  for (const double d : s.reals<double>(1000, -2, 3)) EXPECT_TRUE(d >= -2 && d <= 3);
+  for (const float f : s.reals<float>(1000, -2, 3)) EXPECT_TRUE(f >= -2 && f <= 3);
   EXPECT_EQ(s.leapfrog(0, 2), KOV_STATUS_NO_LEAPFROG);
   EXPECT_EQ(s.skip(1), KOV_STATUS_NO_SKIPAHEAD);
   EXPECT_EQ(s.skip({1, 1}), KOV_STATUS_NO_SKIPAHEADEX);
-  EXPECT_EQ(s.row().InitStream(4, s.get(), 0, nullptr), KOV_STATUS_BAD_METHOD);
 }
 
 }  // namespace
