@@ -1,4 +1,4 @@
-// rng_image_fuzz [COUNT [FIRST]]: loads images that are broken at random, from a file and, where they are long enough, from
+// rng_image_fuzz [COUNT [FIRST]]: loads images that are broken at random, from a file and, where that is long enough, from
 // memory; what can be loaded is used, saved and loaded once more. Ends with 1 at the first image that is not answered
 // as it should be or leaves something behind; best run under the address sanitizer. Image N depends on N only.
 
@@ -94,29 +94,6 @@ std::string broken(std::string image, const std::vector<std::string>& others) {
   return image;
 }
 
-// Whether a loader that believes all sizes stays within the image.
-bool long_enough(const std::string& image) {
-  std::uint64_t end = 0;
-  const auto number = [&](std::uint64_t at, std::size_t bytes) {
-    std::int32_t value = 0;
-    end = std::max(end, at + bytes);
-    if (end <= image.size()) std::memcpy(&value, image.data() + at, bytes);
-    return value;
-  };
-  const int version = number(0, 1);
-  const std::int32_t size = version == 2 ? number(12, 4) : number(10, 2);
-  const int chunks = version == 2 ? number(16, 2) : number(12, 2);
-  end = version == 2 ? 24 : 20;
-  if (size < 0) return end <= image.size();
-  end += static_cast<std::uint64_t>(size);
-  for (int i = 0; i < chunks && version <= 2 && end <= image.size(); i++) {
-    const std::int32_t data = number(end + (version == 0 ? 4 : 20), 4);
-    if (data < 0) break;
-    end += static_cast<std::uint64_t>(data);
-  }
-  return end <= image.size();
-}
-
 // A stream that was handed out works as any other.
 void use(const stream& s) {
   const stream again = loaded(image_of(s));
@@ -165,7 +142,7 @@ int main(int count, char** arguments) {
       const std::string image = broken(good[below(good.size())], good);
       const std::int32_t status = load(image, true, file, name);
       statuses[status]++;
-      if (long_enough(image))
+      if (status != KOV_STATUS_READ_FAILED)  // or it would run past the end
         expect(
             load(image, false, file, name) == (status == KOV_STATUS_BAD_FILE ? KOV_STATUS_BAD_IMAGE : status),
             "another status from memory");

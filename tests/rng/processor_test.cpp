@@ -96,14 +96,11 @@ TEST_F(processor, makes_the_same_of_ars5_at_all_widths) {
       stream wide(KOV_BRNG_ARS5, {1, 2, 3, 4, 0xFFFFFFC0, 0xFFFFFFFF}), narrow(wide);
       for (const int part : {before, n, n, n}) {
         if (part == 0) continue;
-        hide_vaes = false;
-        const words x = wide.integers(part);
-        const auto d = wide.reals<double>(part, -1, 3.3);
-        const auto f = wide.reals<float>(part, -1, 3.3f);
-        hide_vaes = true;
-        EXPECT_EQ(narrow.integers(part), x) << n;
-        EXPECT_EQ(narrow.reals<double>(part, -1, 3.3), d) << n;
-        EXPECT_EQ(narrow.reals<float>(part, -1, 3.3f), f) << n;
+        const auto all_fills = [&](stream& s, bool hidden) {
+          hide_vaes = hidden;
+          return std::tuple(s.integers(part), s.reals<double>(part, -1, 3.3), s.reals<float>(part, -1, 3.3f));
+        };
+        EXPECT_EQ(all_fills(narrow, true), all_fills(wide, false)) << n;
         EXPECT_EQ(narrow.record(), wide.record());
       }
     }
