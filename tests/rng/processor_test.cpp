@@ -152,15 +152,12 @@ TEST_F(processor, is_asked_again_as_often_as_the_seed_of_trng_says) {
 TEST_F(processor, gives_random_words_that_do_not_come_again) {
   if (!__kovCPUisRDRAND()) GTEST_SKIP() << "no RDRAND";
   stream s(KOV_BRNG_TRNG), copy(s);
-  const words x = s.integers(4001), y = copy.integers(4001);
-  EXPECT_NE(x, y);
+  const words x = s.integers(4001);
+  EXPECT_NE(x, copy.integers(4001));
   for (int bit = 0; bit < 32; bit++) {
-    int ones = 0;
-    for (const std::uint32_t w : x) ones += w >> bit & 1;
-    EXPECT_NEAR(ones, 2000, 220) << bit;  // seven standard deviations
+    const auto ones = std::count_if(x.begin(), x.end(), [&](std::uint32_t w) { return w >> bit & 1; });
+    EXPECT_NEAR(static_cast<double>(ones), 2000, 220) << bit;  // seven standard deviations
   }
-  for (const double d : s.reals<double>(1000, -2, 3)) EXPECT_TRUE(d >= -2 && d <= 3);
-  for (const float f : s.reals<float>(1000, -2, 3)) EXPECT_TRUE(f >= -2 && f <= 3);
   EXPECT_EQ(s.leapfrog(0, 2), KOV_STATUS_NO_LEAPFROG);
   EXPECT_EQ(s.skip(1), KOV_STATUS_NO_SKIPAHEAD);
   EXPECT_EQ(s.skip({1, 1}), KOV_STATUS_NO_SKIPAHEADEX);
