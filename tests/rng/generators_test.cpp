@@ -274,6 +274,7 @@ TEST_P(generators_of, deliver_one_sequence_whatever_is_asked) {
           if (g.leapfrog == 0) at = static_cast<size_t>(k), stride = static_cast<size_t>(streams);
         }
         const size_t width = static_cast<size_t>(s.row().WordBytes) / 4;
+        ASSERT_EQ(loaded(image_of(s)).record(), s.record());
         for (;;) {
           const int n = sizes[random() % std::size(sizes)], count = std::max(n, 0);
           if (at + static_cast<size_t>(count) * stride >= outputs) break;
@@ -436,48 +437,47 @@ TEST_P(generators_of, skip_as_they_skip_in_parts) {
     }
 }
 
-// Counts that a period makes equal, and numbers next to 0 and to the moduli in every place of the lanes, where reductions could go
-// wrong: they are rare, so the stream starts shortly before them.
-TEST(mrg32k3a, comes_back_after_its_period) {
-  const count back = numbers<uint64_t>(rows_of(ARKO_SOURCE "/tests/rng/data/long_skips.txt")[0][1]);
-  for (const words& seed : {words{5, 7, 100, 3, 20000, 9},
-                            {4294967086, 4294967085, 0, 4294944442, 4294944441, 0},
-                            {208, 209, 210, 22852, 22853, 22854}})
-    for (int before = 16; before < 40; before++) {
-      stream s(KOV_BRNG_MRG32K3A, seed);
-      s.skip(back);
+// Numbers next to 0 and to the moduli in every place of the lanes, where reductions could go wrong. They are rare, so the stream
+// starts up to 40 outputs before them, by a skip of nearly a period.
+TEST(congruential, come_back_after_a_period_and_reduce_numbers_next_to_their_moduli) {
+  const count long_way = numbers<uint64_t>(rows_of(ARKO_SOURCE "/tests/rng/data/long_skips.txt")[0][1]);
+  const auto look = [&](int32_t code, const definition& defined, const words& seed, const count& back) {
+    for (int before = 16; before <= 40; before++) {
+      stream s(code, seed);
+      EXPECT_EQ(back.size() > 1 ? s.skip(back) : s.skip(static_cast<int64_t>(back[0])), 0);
       s.skip(40 - before);
-      const words all = s.integers(before + 20);
-      EXPECT_EQ(words(all.end() - 20, all.end()), mrg32k3a(0, seed, 20)) << before;
+      const words all = s.integers(before + 20), expected = defined(0, seed, 20);
+      EXPECT_TRUE(std::equal(expected.rbegin(), expected.rend(), all.rbegin())) << before;
     }
+  };
+  look(KOV_BRNG_MRG32K3A, mrg32k3a, {5, 7, 100, 3, 20000, 9}, long_way);
+  look(KOV_BRNG_MRG32K3A, mrg32k3a, {4294967086, 4294967085, 0, 4294944442, 4294944441, 0}, long_way);
+  look(KOV_BRNG_MRG32K3A, mrg32k3a, {208, 209, 210, 22852, 22853, 22854}, long_way);
   for (const uint32_t x : {1u, 2u, 2147483645u, 2147483646u})
-    for (int before = 16; before < 40; before++) {
-      stream s(KOV_BRNG_MCG31M1, {x});
-      s.skip(2147483646 - before);
-      const words all = s.integers(before + 20);
-      EXPECT_EQ(words(all.end() - 20, all.end()), mcg31m1(0, {x}, 20)) << before;
-    }
+    look(KOV_BRNG_MCG31M1, mcg31m1, {x}, {2147483646 - 40});
+  look(KOV_BRNG_MCG59, mcg59, {77}, {(1ull << 57) - 40});
 }
 
 // What a state tells of the next word: the block's counter and how many words of it are left.
 TEST(counter_based, states_after_skips) {
   struct {
+    int32_t code;
+    uint32_t place;  // of the counter in the state
     int drawn, skipped;
-    uint32_t philox_counter, philox_left, ars5_counter, ars5_left;
-  } const rows[] = {{0, 0, 0, 0, 0, 0}, {1, 0, 1, 3, 1, 3}, {1, 2, 1, 1, 1, 1}, {1, 3, 1, 0, 1, 0},
-                    {1, 4, 2, 3, 2, 3}, {1, 7, 2, 0, 3, 4}, {0, 8, 2, 0, 3, 4}, {4, 0, 1, 0, 1, 0}};
-  for (const auto& r : rows)
-    for (const int32_t code : {KOV_BRNG_PHILOX4X32X10, KOV_BRNG_ARS5}) {
-      if (!usable(code)) continue;
-      const bool philox = code == KOV_BRNG_PHILOX4X32X10;
-      stream s(code);
-      if (r.drawn) s.integers(r.drawn);
-      s.skip(r.skipped);
-      uint32_t w[9];
-      std::memcpy(w, s.state().data(), sizeof w);
-      EXPECT_EQ(w[philox ? 2 : 4], philox ? r.philox_counter : r.ars5_counter) << &r - rows;
-      EXPECT_EQ(w[philox ? 6 : 8], philox ? r.philox_left : r.ars5_left) << &r - rows;
-    }
+    uint32_t counter, left;
+  } const rows[] = {{KOV_BRNG_PHILOX4X32X10, 2, 0, 0, 0, 0}, {KOV_BRNG_PHILOX4X32X10, 2, 1, 2, 1, 1},
+                    {KOV_BRNG_PHILOX4X32X10, 2, 1, 4, 2, 3}, {KOV_BRNG_PHILOX4X32X10, 2, 1, 7, 2, 0},
+                    {KOV_BRNG_PHILOX4X32X10, 2, 4, 0, 1, 0}, {KOV_BRNG_ARS5, 4, 1, 3, 1, 0},
+                    {KOV_BRNG_ARS5, 4, 1, 4, 2, 3},          {KOV_BRNG_ARS5, 4, 1, 7, 3, 4}};
+  for (const auto& r : rows) {
+    if (!usable(r.code)) continue;
+    stream s(r.code);
+    if (r.drawn) s.integers(r.drawn);
+    s.skip(r.skipped);
+    uint32_t w[9];
+    std::memcpy(w, s.state().data(), sizeof w);
+    EXPECT_TRUE(w[r.place] == r.counter && w[r.place + 4] == r.left) << &r - rows;
+  }
 }
 
 TEST(poly_rem, is_the_power_of_x) {
