@@ -198,11 +198,13 @@ TEST(uniform, integers_are_below_that_end) {
     EXPECT_EQ(uniform(stream(scripted({.numbers = {c + 0.0}})), 5, c, c), integers(5, c));
 }
 
-// Families with 32 random bits in a word; MCG59 has them at the top of 59. Old codes and registered generators too.
+// Families with 32 random bits in a word; MCG59 has them at the top of 59.
 TEST(uniform, bits_are_random_ones_or_refused) {
-  for (const auto& [family, code] : codes_by_name) {
+  auto codes = codes_by_name;
+  codes["old MCG59"] = 3, codes["last of MT2203"] = KOV_BRNG_MT2203 + 6023;
+  for (const auto& [family, code] : codes) {
     if (!usable(code) || code == KOV_BRNG_TRNG) continue;
-    const bool has = code >= KOV_BRNG_MT19937 || code == KOV_BRNG_MCG59;
+    const bool has = code >= KOV_BRNG_MT19937 || code == KOV_BRNG_MCG59 || code == 3;
     for (const int n : {0, 1, 2048, 2049, 5001}) {
       const stream fresh(code, {5}), words_of(fresh), half(fresh), full(fresh);
       const auto bytes = static_cast<std::size_t>(fresh.row().WordBytes);
@@ -223,6 +225,9 @@ TEST(uniform, bits_are_random_ones_or_refused) {
       for (const stream* each : {&half, &full}) EXPECT_EQ(each->record(), words_of.record());
     }
   }
+  std::uint64_t r[2];  // words that nobody can repeat, where the processor has them
+  EXPECT_EQ(_koviRngUniformBits64(0, stream(KOV_BRNG_TRNG).get(), 2, r),
+            __kovCPUisRDRAND() ? KOV_STATUS_OK : KOV_STATUS_NO_RDRAND);
   // Of those that are refused only the head is looked at, so that families with entries of their own take part.
   for (const std::int32_t code : {0, 1, 277, 278, KOV_BRNG_SOBOL, KOV_BRNG_NIEDERR, KOV_BRNG_IABSTRACT,
                                   KOV_BRNG_DABSTRACT, KOV_BRNG_SABSTRACT, scripted({})}) {
