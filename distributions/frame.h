@@ -1,8 +1,8 @@
 // What the generators of distributions share: a request cut into blocks, uniform numbers, whole parts.
 //
-// A generator is a few passes over a block: uniform numbers from the stream into an array on the stack, kernels on
-// that under the guard (distributions/guard.h), arithmetic into the caller's array. It ends with the first negative status. Its results do not
-// depend on the blocks, since the fills of a stream are one sequence.
+// A generator is a few passes over a block: uniform numbers from the stream into an array on the stack, kernels on that
+// under the guard (distributions/guard.h), arithmetic into the caller's array. It ends with the first negative status.
+// Its results do not depend on the blocks, since the fills of a stream are one sequence.
 #pragma once
 #include <arko/dist.h>
 #include <emmintrin.h>

@@ -10,8 +10,8 @@
 
 namespace [[gnu::visibility("hidden")]] kov {
 
-// The twister F of N words with middle M, split at R bits; U is the first shift of the tempering. F has the parameters a, b
-// and c: the matrix and the masks of the tempering. Words are those of w[N], not tempered.
+// The twister F of N words with middle M, split at R bits; U is the first shift of the tempering. F has the
+// parameters a, b and c: the matrix and the masks of the tempering. Words are those of w[N], not tempered.
 template <class F, int N, int M, int R, int U> struct twister {
   static constexpr int size = N, middle = M;
 

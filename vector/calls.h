@@ -2,8 +2,8 @@
 //
 //   zur::call<zur::fn::Ln, zur::la>(n, a, r)
 //
-// runs the kernel of a function at a level on arrays of any one type. The code around it sets what the thread's mode says
-// of reports and denormals (frame/kernel_guard.h): as its own, since no entry is passed.
+// runs the kernel of a function at a level on arrays of any one type. No entry is passed, so that the code around the call
+// says what becomes of reports and denormals (frame/kernel_guard.h).
 #pragma once
 #include <cstdint>
 

@@ -437,8 +437,8 @@ TEST_P(generators_of, skip_as_they_skip_in_parts) {
     }
 }
 
-// Numbers next to 0 and to the moduli in every place of the lanes, where reductions could go wrong. They are rare, so the stream
-// starts up to 40 outputs before them, by a skip of nearly a period.
+// Numbers next to 0 and to the moduli in every place of the lanes, where reductions could go wrong. They are rare, so the
+// stream starts up to 40 outputs before them, by a skip of nearly a period.
 TEST(congruential, come_back_after_a_period_and_reduce_numbers_next_to_their_moduli) {
   const count long_way = numbers<uint64_t>(rows_of(ARKO_SOURCE "/tests/rng/data/long_skips.txt")[0][1]);
   const auto look = [&](int32_t code, const definition& defined, const words& seed, const count& back) {
