@@ -28,10 +28,17 @@ TEST(threads, share_data_while_streams_come_and_go) {
       for (int round = 0; round < 2000; round++) {
         const std::uint64_t id[2] = {static_cast<std::uint64_t>(round % 3), 1};
         const stream s(KOV_BRNG_MCG31M1);
-        add(s, 9, std::to_string(round % 3), id);
-        for (const stream& each : {s, stream(s), loaded(image_of(s))}) {
-          ASSERT_EQ(chunks(each)->ChunkData, chunks(s)->ChunkData);
-          ASSERT_EQ(contents(each)[0].second, std::to_string(round % 3));
+        const std::string bytes = std::to_string(round % 3);
+        add(s, 9, bytes, id);
+        for (int i = 0; i < 200; i++) {  // counts that are lost free the data too early or never
+          StreamChunk chunk;
+          __kovRegisterGlobRODataReference(&chunk, id);
+          __kovUnregisterGlobRODataReference(id);
+        }
+        const stream copy(s), image = loaded(image_of(s));
+        for (const stream* each : {&s, &copy, &image}) {
+          ASSERT_EQ(chunks(*each)->ChunkData, chunks(s)->ChunkData);
+          ASSERT_EQ(*static_cast<const char*>(chunks(*each)->ChunkData), bytes[0]);
         }
       }
     });
