@@ -1,65 +1,76 @@
-// Data fitting in tests: the entries of a precision by short names, and a task that ends with its scope.
+// Data fitting in tests: the entries of a precision by short names, a task that ends with its scope, tables of cases.
 #pragma once
 #include <arko/fit.h>
+#include <gtest/gtest.h>
 
 #include <cstdint>
-#include <span>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <vector>
 
-#include "tests/support/recording_services.h"
+#include "tests/support/drivers.h"
 
 namespace arko::test {
 
 using std::int32_t;
 using std::int64_t;
+template <class T> using numbers = std::vector<T>;
+using constructor = int32_t (*)(void* task, int64_t, int64_t method, const DFThreadServices*);
 
 template <class T> struct fit_entries;
-#define ARKO_FIT_ENTRIES(p, T)                                                                  \
-  template <> struct fit_entries<T> {                                                           \
-    static constexpr auto new_task = arko_df_kernel_##p##NewTask1D;                             \
-    static constexpr auto edit_spline = arko_df_kernel_##p##EditPPSpline1D;                     \
-    static constexpr auto edit_pointer = arko_df_kernel_##p##EditPtr;                           \
-    static constexpr auto edit_indexed = arko_df_kernel_##p##EditIdxPtr;                        \
-    static constexpr auto query_pointer = arko_df_kernel_##p##QueryPtr;                         \
-    static constexpr auto query_indexed = arko_df_kernel_##p##QueryIdxPtr;                      \
-    static constexpr auto search = arko_df_kernel_##p##DFSearch1D;                              \
-    static constexpr auto interpolate = arko_df_kernel_##p##DFInterpolate1D;                    \
-    static constexpr auto integrate = arko_df_kernel_##p##DFIntegrate1D;                        \
-    static constexpr decltype(&arko_df_kernel_##p##DFUniformSearch1D) kernels[2][7] = {         \
-        {arko_df_kernel_##p##DFUniformSearch1D, arko_df_kernel_##p##DFQuasiUniformSearch1D,     \
-         arko_df_kernel_##p##DFSortedSearch1D, arko_df_kernel_##p##DFPeakSearch1D,              \
-         arko_df_kernel_##p##DFHybridSearch1D, arko_df_kernel_##p##DFUserDefSearch1D,           \
-         arko_df_kernel_##p##DFUniUserDefSearch1D},                                             \
-        {arko_df_kernel_##p##DFUniformSearch1D32, arko_df_kernel_##p##DFQuasiUniformSearch1D32, \
-         arko_df_kernel_##p##DFSortedSearch1D32, arko_df_kernel_##p##DFPeakSearch1D32,          \
-         arko_df_kernel_##p##DFHybridSearch1D32, arko_df_kernel_##p##DFUserDefSearch1D32,       \
-         arko_df_kernel_##p##DFUniUserDefSearch1D32}};                                          \
-    static constexpr auto linear = arko_df_kernel_##p##DFLinearSpline1D;                        \
-    static constexpr auto quadratic = arko_df_kernel_##p##DFQuadraticSpline1D;                  \
-    static constexpr auto from_second = arko_df_kernel_##p##DFDefaultCubicSpline1D;             \
-    static constexpr auto natural = arko_df_kernel_##p##DFNaturalCubicSpline1D;                 \
-    static constexpr auto hermite = arko_df_kernel_##p##DFHermiteCubicSpline1D;                 \
-    static constexpr auto bessel = arko_df_kernel_##p##DFBesselCubicSpline1D;                   \
-    static constexpr auto hyman = arko_df_kernel_##p##DFHymanCubicSpline1D;                     \
-    static constexpr auto akima = arko_df_kernel_##p##DFAkimaCubicSpline1D;                     \
+#define ARKO_SEARCH_KERNELS(p, width)                                                                \
+  {                                                                                                  \
+    arko_df_kernel_##p##DFUniformSearch1D##width, arko_df_kernel_##p##DFQuasiUniformSearch1D##width, \
+        arko_df_kernel_##p##DFSortedSearch1D##width, arko_df_kernel_##p##DFPeakSearch1D##width,      \
+        arko_df_kernel_##p##DFHybridSearch1D##width, arko_df_kernel_##p##DFUserDefSearch1D##width,   \
+        arko_df_kernel_##p##DFUniUserDefSearch1D##width                                              \
+  }
+#define ARKO_FIT_ENTRIES(p, T)                                                          \
+  template <> struct fit_entries<T> {                                                   \
+    static constexpr auto new_task = arko_df_kernel_##p##NewTask1D;                     \
+    static constexpr auto edit_spline = arko_df_kernel_##p##EditPPSpline1D;             \
+    static constexpr auto edit_pointer = arko_df_kernel_##p##EditPtr;                   \
+    static constexpr auto edit_indexed = arko_df_kernel_##p##EditIdxPtr;                \
+    static constexpr auto query_pointer = arko_df_kernel_##p##QueryPtr;                 \
+    static constexpr auto query_indexed = arko_df_kernel_##p##QueryIdxPtr;              \
+    static constexpr auto search = arko_df_kernel_##p##DFSearch1D;                      \
+    static constexpr auto interpolate = arko_df_kernel_##p##DFInterpolate1D;            \
+    static constexpr auto integrate = arko_df_kernel_##p##DFIntegrate1D;                \
+    static constexpr decltype(&arko_df_kernel_##p##DFUniformSearch1D) kernels[2][7] = { \
+        ARKO_SEARCH_KERNELS(p, ), ARKO_SEARCH_KERNELS(p, 32)};                          \
+    static constexpr struct {                                                           \
+      const char* name;                                                                 \
+      constructor make;                                                                 \
+    } splines[] = {{"linear", arko_df_kernel_##p##DFLinearSpline1D},                    \
+                   {"quadratic", arko_df_kernel_##p##DFQuadraticSpline1D},              \
+                   {"default", arko_df_kernel_##p##DFDefaultCubicSpline1D},             \
+                   {"natural", arko_df_kernel_##p##DFNaturalCubicSpline1D},             \
+                   {"hermite", arko_df_kernel_##p##DFHermiteCubicSpline1D},             \
+                   {"bessel", arko_df_kernel_##p##DFBesselCubicSpline1D},               \
+                   {"hyman", arko_df_kernel_##p##DFHymanCubicSpline1D},                 \
+                   {"akima", arko_df_kernel_##p##DFAkimaCubicSpline1D}};                \
+    static constructor construct(const std::string& name) {                             \
+      for (const auto& s : splines)                                                     \
+        if (name == s.name) return s.make;                                              \
+      return nullptr;                                                                   \
+    }                                                                                   \
   };
 ARKO_FIT_ENTRIES(d, double)
 ARKO_FIT_ENTRIES(s, float)
 #undef ARKO_FIT_ENTRIES
+#undef ARKO_SEARCH_KERNELS
+
+using precisions = testing::Types<double, float>;
 
 template <class T> class fit_task {
  public:
-  using entries = fit_entries<T>;
-
   fit_task(int64_t nx, const T* x, int64_t xhint, int64_t ny = 0, const T* y = nullptr,
            int64_t yhint = FIT_Y_NOHINT, int32_t wide = 0)
-      : status_(entries::new_task(&task_, nx, x, xhint, ny, y, yhint, wide)) {}
-  fit_task(std::span<const T> x, int64_t xhint) : fit_task(static_cast<int64_t>(x.size()), x.data(), xhint) {}
+      : status_(fit_entries<T>::new_task(&task_, nx, x, xhint, ny, y, yhint, wide)) {}
   ~fit_task() { arko_df_kernel_DeleteTask(&task_); }
   fit_task(const fit_task&) = delete;
-
   int32_t status() const { return status_; }  // of its creation
-  void* get() const { return task_; }
   operator void*() const { return task_; }
 
  private:
@@ -67,16 +78,22 @@ template <class T> class fit_task {
   int32_t status_;
 };
 
-// Services with t threads, and the tasks that they were asked for since.
-inline const DFThreadServices* recorded(int32_t t) {
-  recording_services::threads = t;
-  recording_services::rounds.clear();
-  return recording_services::get();
+// The rows of a table of cases: columns between blanks; what follows a # is for readers.
+inline std::vector<std::istringstream> rows(const std::string& name) {
+  std::ifstream file(ARKO_SOURCE "/tests/fit/data/" + name);
+  std::vector<std::istringstream> rows;
+  for (std::string line; std::getline(file, line);)
+    if (line.find_first_not_of(' ') != line.find('#')) rows.emplace_back(line);
+  EXPECT_FALSE(rows.empty()) << name;
+  return rows;
 }
-inline int32_t tasks_recorded() {
-  int32_t tasks = 0;
-  for (const auto& [count, threads] : recording_services::rounds) tasks += count;
-  return tasks;
+
+// What scripted services were asked for since: tasks by threads, as 3x2+1x1, or none.
+inline std::string rounds() {
+  std::string text;
+  for (const auto& [tasks, threads] : scripted_services::rounds)
+    text += (text.empty() ? "" : "+") + std::to_string(tasks) + 'x' + std::to_string(threads);
+  return text.empty() ? "none" : text;
 }
 
 }  // namespace arko::test
