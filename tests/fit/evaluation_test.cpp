@@ -1,5 +1,6 @@
 // Interpolation and integration against the definitions in long double.
 
+#include <cstring>
 #include <mutex>
 
 #include "tests/fit/piecewise.h"
@@ -69,85 +70,19 @@ int32_t integral(int64_t* n, const int64_t* lcell, const void* llim, const int64
   return me.status;
 }
 
-// What both have: callers' functions by the bits of `which`, results with some room behind them.
-template <class T> struct call {
-  int64_t n = 0, rhint = 16;
-  int which = 0;
-  callers* theirs = nullptr;
-  DFSearchCallBack search = nullptr;
-  void* searcher = nullptr;
-  const DFThreadServices* services = nullptr;
-  std::vector<T> r = {};
-
-  template <class Function> Function given(int side, Function f) const {
-    return which >> side & 1 ? f : nullptr;
+// Where results lie.
+int64_t place(int64_t rhint, int64_t n, int64_t ny, int64_t slots, int64_t f, int64_t i, int64_t k) {
+  switch (rhint) {
+    case FIT_R_BYDERIVATIVE:
+      return (f * slots + k) * n + i;
+    case FIT_R_BYSITE:
+      return (i * ny + f) * slots + k;
+    case FIT_R_SITE_FUNCTION:
+      return (i * slots + k) * ny + f;
+    default:
+      return (f * n + i) * slots + k;
   }
-  template <class Run> int32_t guarded(int64_t size, Run run) {
-    r.assign(static_cast<size_t>(size + 4), T(-77));
-    const int32_t status = run();
-    for (int64_t i = 0; i < 4; i++) EXPECT_EQ(r[size + i], T(-77));
-    return status;
-  }
-};
-
-template <class T> struct interpolation : call<T> {
-  std::vector<T> site = {};
-  int64_t type = 0, sitehint = 0;
-  std::vector<int> dorder = {};
-  std::vector<int64_t> cells = {};  // in and out
-
-  int64_t slots() const { return std::max<int64_t>(1, std::count(dorder.begin(), dorder.end(), 1)); }
-  int64_t derivative(int64_t slot) const {  // of a slot
-    for (size_t k = 0; k < dorder.size(); k++)
-      if (dorder[k] && slot-- == 0) return static_cast<int64_t>(k);
-    return 0;
-  }
-  T result(int64_t ny, int64_t f, int64_t i, int64_t k) const {
-    switch (this->rhint) {
-      case FIT_R_BYDERIVATIVE:
-        return this->r[(f * slots() + k) * this->n + i];
-      case FIT_R_BYSITE:
-        return this->r[(i * ny + f) * slots() + k];
-      case FIT_R_SITE_FUNCTION:
-        return this->r[(i * slots() + k) * ny + f];
-      default:
-        return this->r[(f * this->n + i) * slots() + k];
-    }
-  }
-  int32_t operator()(const piecewise<T>& p) {
-    cells.resize(this->n);
-    std::vector<int32_t> narrow(cells.begin(), cells.end());
-    const std::vector<int64_t> orders(dorder.begin(), dorder.end());
-    const int32_t s = this->guarded(p.ny * this->n * slots(), [&] {
-      return fit_entries<T>::interpolate(
-          *p.task, type, 0, this->n, site.data(), sitehint, std::ssize(dorder),
-          p.wide ? static_cast<const void*>(orders.data()) : dorder.data(), nullptr, this->r.data(),
-          this->rhint, p.wide ? static_cast<void*>(cells.data()) : narrow.data(),
-          this->given(0, values<T, 0>), this->theirs, this->given(1, values<T, 1>), this->theirs,
-          this->given(2, values<T, 2>), this->theirs, this->search, this->searcher, this->services);
-    });
-    if (!p.wide) cells.assign(narrow.begin(), narrow.end());
-    return s;
-  }
-};
-
-template <class T> struct integration : call<T> {
-  std::vector<T> l = {}, u = {};
-  int64_t lhint = 0, uhint = 0;
-  const double *ldata = nullptr, *udata = nullptr;
-
-  T result(int64_t ny, int64_t f, int64_t i) const {
-    return this->r[this->rhint == 16 || this->rhint == 128 ? f * this->n + i : i * ny + f];
-  }
-  int32_t operator()(const piecewise<T>& p) {
-    return this->guarded(p.ny * this->n, [&] {
-      return fit_entries<T>::integrate(
-          *p.task, 0, this->n, l.data(), lhint, u.data(), uhint, ldata, udata, this->r.data(), this->rhint,
-          this->given(0, integral<T, 0>), this->theirs, this->given(1, integral<T, 1>), this->theirs,
-          this->given(2, integral<T, 2>), this->theirs, this->search, this->searcher, this->services);
-    });
-  }
-};
+}
 
 template <class T> std::vector<T> evenly(T first, T last, int64_t n) {
   const T step = n > 1 ? (last - first) / static_cast<T>(n - 1) : 0;
@@ -164,16 +99,15 @@ template <class T> class evaluation_of : public testing::Test {
     EXPECT_LE(std::fabs(found - r.value), r.error) << found << " for " << r.value;
   }
 
-  piecewise<T> any_function(const shape& s) {
-    return piecewise<T>(
-        {.s = s,
-         .xhint = draw.of({FIT_X_NOHINT, FIT_X_IRREGULAR, FIT_X_QUASI, FIT_X_UNIFORM, FIT_X_UNIFORM}),
-         .nx = draw.of({2, 3, 17, 33, 33, 700}),
-         .ny = draw.of({1, 2, 3, 22}),
-         .yhint = draw.of({FIT_Y_BYFUNC, FIT_Y_BYSITE}),
-         .knots = draw.of({0, FIT_IC_KNOTS, FIT_IC_KNOTS_UNIFORM}),
-         .wide = draw.below(2) == 1,
-         .seed = static_cast<unsigned>(draw.below(1000))});
+  plan any_function(const shape& s) {
+    return {.s = s,
+            .xhint = draw.of({FIT_X_NOHINT, FIT_X_IRREGULAR, FIT_X_QUASI, FIT_X_UNIFORM, FIT_X_UNIFORM}),
+            .nx = draw.of({2, 3, 17, 33, 33, 700}),
+            .ny = draw.of({1, 2, 3, 22}),
+            .yhint = draw.of({FIT_Y_BYFUNC, FIT_Y_BYSITE}),
+            .knots = draw.of({0, FIT_IC_KNOTS, FIT_IC_KNOTS_UNIFORM}),
+            .wide = draw.below(2) == 1,
+            .seed = static_cast<unsigned>(draw.below(1000))};
   }
   // Sites over and beyond the partition, breakpoints and neighbours of the ends; of lookup, breakpoints only.
   T any_site(const piecewise<T>& p) {
@@ -185,28 +119,32 @@ template <class T> class evaluation_of : public testing::Test {
     if (how < 3) return draw.below(9) ? draw.of(p.x) : b;
     return how < 4 ? draw.of(special) : static_cast<T>(draw.between(a - T(0.4), b + T(0.4)));
   }
-  void expect_values(const piecewise<T>& p, const interpolation<T>& c, const std::vector<T>& sites) {
+  // Of the derivatives in `slots`. Cells are told after the call, or given.
+  void expect_values(const piecewise<T>& p, const interpolation<T>& c, const numbers<T>& sites,
+                     const std::vector<int>& slots, const std::vector<int64_t>& cells, callers& theirs) {
     std::vector<asked> expected;
     for (int64_t i = 0; i < c.n; i++) {
-      const bool given = c.type == FIT_INTERP_GIVEN_CELLS;
-      const int64_t cell = given ? std::clamp<int64_t>(c.cells[i], 0, p.nx) : p.cell(sites[i]);
+      const int64_t told = p.wide ? cells[i] : reinterpret_cast<const int32_t*>(cells.data())[i];
+      const int64_t cell =
+          c.type == FIT_INTERP_GIVEN_CELLS ? std::clamp<int64_t>(told, 0, p.nx) : p.cell(sites[i]);
       if (c.type & FIT_INTERP_CELLS) {
-        EXPECT_EQ(c.cells[i], cell);
+        EXPECT_EQ(told, cell);
       }
       const int side = cell == 0 ? 0 : cell == p.nx ? 1 : 2;
-      const bool theirs = c.which >> side & 1;
-      if (theirs) expected.push_back({side, cell, cell, sites[i], sites[i]});
+      if (c.rules[side]) expected.push_back({side, cell, cell, sites[i], sites[i]});
       for (int64_t f = 0; f < p.ny; f++)
-        for (int64_t k = 0; k < c.slots(); k++)
-          if (theirs)
-            EXPECT_EQ(c.result(p.ny, f, i, k), static_cast<T>(answer(side, f, k, sites[i])));
+        for (int64_t k = 0; k < std::ssize(slots); k++) {
+          const T found = c.r[place(c.rhint, c.n, p.ny, std::ssize(slots), f, i, k)];
+          if (c.rules[side])
+            EXPECT_EQ(found, static_cast<T>(answer(side, f, k, sites[i])));
           else
-            expect_near(c.result(p.ny, f, i, k), p.derivative(f, sites[i], cell, c.derivative(k)));
+            expect_near(found, p.derivative(f, sites[i], cell, slots[k]));
+        }
     }
     std::sort(expected.begin(), expected.end());
-    std::sort(c.theirs->log.begin(), c.theirs->log.end());
-    EXPECT_TRUE(c.theirs->log == expected);
-    EXPECT_LE(c.theirs->most, 64);
+    std::sort(theirs.log.begin(), theirs.log.end());
+    EXPECT_TRUE(theirs.log == expected);
+    EXPECT_LE(theirs.most, 64);
   }
 
   // Limits within a cell and over many, either way round; where numbers may round, also beside breakpoints.
@@ -221,42 +159,43 @@ template <class T> class evaluation_of : public testing::Test {
            : how < 6 ? v - 2
                      : v;
   }
-  void expect_integrals(const piecewise<T>& p, const integration<T>& c) {
+  void expect_integrals(const piecewise<T>& p, const integration<T>& c, const numbers<T>& ls,
+                        const numbers<T>& us, callers& theirs) {
     using wide = typename piecewise<T>::wide_type;
     const T x0 = p.x[0], xn = p.x.back();
-    const wide size = (p.s.order == 0 ? 3 : 500) * (std::fabs(wide(x0)) + std::fabs(xn));
+    const bool rules = c.rules[0] || c.rules[1] || c.rules[2], rounds = p.to > p.from;
+    const wide noise =
+        rounds ? 16 * p.eps * (p.s.order == 0 ? 3 : 500) * (std::fabs(wide(x0)) + std::fabs(xn)) : 0;
     std::vector<asked> expected;
     for (int64_t i = 0; i < c.n; i++) {
-      const T l = std::min(c.l[i], c.u[i]), u = std::max(c.l[i], c.u[i]);
+      const T l = std::min(ls[i], us[i]), u = std::max(ls[i], us[i]);
       const int64_t kl = p.cell(l), ku = p.cell(u), nx = p.nx;
       std::vector<asked> parts;
-      if (!c.which) parts = {{0, kl, ku, l, u}};
-      if (c.which && kl == 0) parts.push_back({0, 0, 0, l, std::min(u, x0)});
-      if (c.which && ku == nx) parts.push_back({1, nx, nx, std::max(l, xn), u});
-      if (c.which && ku > 0 && kl < nx) parts.push_back({2, kl, ku, std::max(l, x0), std::min(u, xn)});
+      if (!rules) parts = {{0, kl, ku, l, u}};
+      if (rules && kl == 0) parts.push_back({0, 0, 0, l, std::min(u, x0)});
+      if (rules && ku == nx) parts.push_back({1, nx, nx, std::max(l, xn), u});
+      if (rules && ku > 0 && kl < nx) parts.push_back({2, kl, ku, std::max(l, x0), std::min(u, xn)});
       for (const asked& part : parts)
-        if (c.which >> part.side & 1) expected.push_back(part);
+        if (c.rules[part.side]) expected.push_back(part);
       for (int64_t f = 0; f < p.ny; f++) {
-        typename piecewise<T>::result sum = {0, p.to > p.from ? 16 * p.eps * size : 0};
+        typename piecewise<T>::result sum = {0, noise};
         for (const asked& part : parts) {
           auto add = p.integral(f, part.l, part.u);
-          if (c.which >> part.side & 1) {
-            add.value = (wide(part.u) - part.l) * constant(part.side, f);
-            add.error = 2 * p.eps * std::fabs(add.value);
-          }
-          sum.value += add.value, sum.error += add.error + (c.which ? 3 * p.eps * std::fabs(add.value) : 0);
+          const wide of_theirs = (wide(part.u) - part.l) * constant(part.side, f);
+          if (c.rules[part.side]) add = {of_theirs, 2 * p.eps * std::fabs(of_theirs)};
+          sum.value += add.value, sum.error += add.error + (rules ? 3 * p.eps * std::fabs(add.value) : 0);
         }
-        if (c.u[i] < c.l[i]) sum.value = -sum.value;
-        SCOPED_TRACE(testing::Message() << "from " << c.l[i] << " to " << c.u[i] << " function " << f);
-        expect_near(c.result(p.ny, f, i), sum);
+        if (us[i] < ls[i]) sum.value = -sum.value;
+        const bool by_function = c.rhint == 16 || c.rhint == 128;
+        expect_near(c.r[by_function ? f * c.n + i : i * p.ny + f], sum);
       }
     }
-    if (p.to > p.from) return;  // a limit may be taken for the breakpoint beside it
-    if (c.services == thread_services::get() || c.n >= 256) {  // threads keep no order
+    if (rounds) return;  // a limit may be taken for the breakpoint beside it
+    if (c.n >= 256) {    // threads keep no order
       std::sort(expected.begin(), expected.end());
-      std::sort(c.theirs->log.begin(), c.theirs->log.end());
+      std::sort(theirs.log.begin(), theirs.log.end());
     }
-    EXPECT_TRUE(c.theirs->log == expected);
+    EXPECT_TRUE(theirs.log == expected);
   }
 };
 TYPED_TEST_SUITE(evaluation_of, precisions);
@@ -264,34 +203,56 @@ TYPED_TEST_SUITE(evaluation_of, precisions);
 TYPED_TEST(evaluation_of, interpolates_any_function_in_any_way) {
   using T = TypeParam;
   draws& draw = this->draw;
-  const std::vector<int> orders[] = {
-      {}, {1}, {0, 0}, {1, 1}, {0, 0, 1}, {0, 1, 1, 1}, {1, 0, 1, 1, 0, 1, 0, 1}};
+  // What is asked for, and the derivatives that this means.
+  const std::pair<std::vector<int64_t>, std::vector<int>> orders[] = {
+      {{}, {0}},
+      {{1}, {0}},
+      {{0, 0}, {0}},
+      {{1, 1}, {0, 1}},
+      {{0, 0, 1}, {2}},
+      {{0, 1, 1, 1}, {1, 2, 3}},
+      {{1, 0, 1, 1, 0, 1, 0, 1}, {0, 2, 3, 5, 7}}};
   for (int round = 0; round < 1000 && !testing::Test::HasFailure(); round++) {
     const shape& s = shapes[round % 8];
-    const bool lookup = s.order == 0 && s.type == FIT_TYPE_LOOKUP, table = s.order == 0;
-    const piecewise<T> p = this->any_function(s);
-    interpolation<T> c;
-    c.n = draw.of({1, 31, 32, 63, 64, 65, 200, 513, 975, 1300});
-    c.dorder = orders[draw.below(lookup ? 3 : 7)];
-    callers theirs = {p.ny, c.slots()};
-    c.theirs = &theirs;
-    c.which = draw.below(2) ? static_cast<int>(draw.below(8)) : 0;
-    c.rhint = draw.of({0, 16, 32, 128, 256, 512});
-    c.type = draw.of({0, FIT_INTERP_CELLS, table ? 0 : FIT_INTERP_GIVEN_CELLS, 6});
-    c.sitehint = draw.of({0, 0, FIT_SITE_SORTED, lookup ? 0 : FIT_SITE_UNIFORM, lookup ? 0 : 68});
-    c.services = draw.services();
-    for (int64_t i = 0; i < c.n; i++)
-      c.site.push_back(this->any_site(p)), c.cells.push_back(i * 7 % (p.nx + 9) - 4);
-    if (c.sitehint == FIT_SITE_SORTED) std::sort(c.site.begin(), c.site.end());
-    std::vector<T> sites = c.site;
-    if (c.sitehint & FIT_SITE_UNIFORM) c.site = {T(-2.5), T(3.5)}, sites = evenly(c.site[0], c.site[1], c.n);
-    // Where all of it is the callers', there need be no spline.
-    if (c.which == 7 && !table)
-      fit_entries<T>::edit_spline(*p.task, 0, 0, 0, nullptr, 0, nullptr, nullptr, 0);
-    SCOPED_TRACE(testing::Message() << "round " << round << ": " << s.name << " rules " << c.which << " nx "
+    const bool table = s.order == 0, lookup = table && s.type == FIT_TYPE_LOOKUP;
+    const piecewise<T> p(this->any_function(s));
+    const auto& [dorder, slots] = orders[draw.below(lookup ? 3 : 7)];
+    const std::vector<int32_t> narrow(dorder.begin(), dorder.end());
+    const int64_t n = draw.of({1, 31, 32, 63, 64, 65, 200, 513, 975, 1300}),
+                  size = n * p.ny * std::ssize(slots);
+    numbers<T> sites, r(size + 1, T(-77)), ends = {T(-2.5), T(3.5)};
+    std::vector<int64_t> cells(n + 1);
+    for (int64_t i = 0; i < n; i++) {
+      sites.push_back(this->any_site(p));
+      const int64_t cell = i * 7 % (p.nx + 9) - 4;
+      std::memcpy(reinterpret_cast<char*>(cells.data()) + i * (p.wide ? 8 : 4), &cell, p.wide ? 8 : 4);
+    }
+    callers theirs = {p.ny, std::ssize(slots)};
+    interpolation<T> c = {
+        .n = n,
+        .site = sites.data(),
+        .r = r.data(),
+        .rhint = draw.of({0, 16, 32, 128, 256, 512}),
+        .type = draw.of({0, FIT_INTERP_CELLS, table ? 0 : FIT_INTERP_GIVEN_CELLS, 6}),
+        .sitehint = draw.of({0, 0, FIT_SITE_SORTED, lookup ? 0 : FIT_SITE_UNIFORM, lookup ? 0 : 68}),
+        .orders = std::ssize(dorder),
+        .dorder = p.wide ? static_cast<const void*>(dorder.data()) : narrow.data(),
+        .cells = cells.data(),
+        .theirs = &theirs,
+        .services = draw.services()};
+    const int64_t which = draw.below(2) ? draw.below(8) : 0;
+    if (which & 1) c.rules[0] = values<T, 0>;
+    if (which & 2) c.rules[1] = values<T, 1>;
+    if (which & 4) c.rules[2] = values<T, 2>;
+    if (which == 7 && !table)
+      p.task->describe(0, 0);  // where all of it is the callers', there need be no spline
+    if (c.sitehint == FIT_SITE_SORTED) std::sort(sites.begin(), sites.end());
+    if (c.sitehint & FIT_SITE_UNIFORM) c.site = ends.data(), sites = evenly(ends[0], ends[1], n);
+    SCOPED_TRACE(testing::Message() << "round " << round << ": " << s.name << " rules " << which << " nx "
                                     << p.nx);
-    ASSERT_EQ(c(p), 0);
-    this->expect_values(p, c, sites);
+    ASSERT_EQ(c(*p.task), 0);
+    EXPECT_EQ(r[size], T(-77));
+    this->expect_values(p, c, sites, slots, cells, theirs);
   }
 }
 
@@ -304,44 +265,51 @@ TYPED_TEST(evaluation_of, integrates_any_function_in_any_way) {
     plan as = this->any_function(s);
     if (close) {
       as.nx = draw.of({2, 3, 11, 50, 100, 1000}), as.knots = 0;
-      as.from = draw.below(2) ? 0 : draw.between(-3, 0),
+      as.from = draw.below(2) ? 0 : draw.between(-3, 0);
       as.to = draw.below(2) ? 1 + as.from : as.from + draw.between(0.3, 1.5);
     }
     if (peaks) as.nx = 41;
     const piecewise<T> p(as);
-    callers theirs = {p.ny};
-    integration<T> c;
-    c.theirs = &theirs;
-    c.n = draw.of({1, 40, 127, 128, 129, 300, p.ny > 3 ? 300 : 1500});
-    c.which = draw.below(2) ? static_cast<int>(draw.below(8)) : 0;
-    c.rhint = draw.of({0, 16, 32, 128});
-    c.services = draw.services();
-    for (int64_t i = 0; i < c.n; i++) {
-      c.l.push_back(this->any_limit(p));
-      c.u.push_back(draw.below(4) ? this->any_limit(p)
-                                  : static_cast<T>(c.l.back() + draw.between(-0.02, 0.02)));
-    }
+    const int64_t n = draw.of({1, 40, 127, 128, 129, 300, p.ny * p.nx > 150 ? 300 : 1500});
     constexpr double at[] = {0, 1, 1.2, 3, 5, 6, 6.5, 8, 20, 25, 36, 38.7, 40};
-    const double ldata[5] = {0, 1, 0, 0, draw.of(at)}, udata[5] = {0, 1, 0, 0, draw.of(at)};
+    const double data[2][5] = {{0, 1, 0, 0, draw.of(at)}, {0, 1, 0, 0, draw.of(at)}};
     const auto crowd = [&](double peak) {
       const auto j = static_cast<int64_t>(peak) + draw.below(7) - 4;
       return p.x[std::clamp<int64_t>(j, 0, p.nx - 1)] + static_cast<T>(draw.below(100)) / 1024;
     };
-    if (peaks) c.ldata = ldata, c.udata = udata;
-    for (int64_t i = c.n / 4; i < c.n && peaks; i++) c.l[i] = crowd(ldata[4]), c.u[i] = crowd(udata[4]);
-    const auto told = [&](std::vector<T>& v) -> int64_t {
-      if (draw.below(3) == 0) return std::sort(v.begin(), v.end()), FIT_SITE_SORTED;
-      return 0;
-    };
-    c.lhint = told(c.l), c.uhint = told(c.u);
-    std::vector<T> all = c.u;
-    if (!close && p.xhint != FIT_X_UNIFORM && draw.below(6) == 0)
-      c.uhint = FIT_SITE_UNIFORM, c.u = {T(3), T(-2.25)}, all = evenly(c.u[0], c.u[1], c.n);
-    SCOPED_TRACE(testing::Message() << "round " << round << ": " << s.name << " rules " << c.which << " nx "
+    numbers<T> l, u, r(n * p.ny + 1, T(-77)), ends = {T(3), T(-2.25)};
+    for (int64_t i = 0; i < n; i++) {
+      const bool far = peaks && i > n / 4;
+      l.push_back(far ? crowd(data[0][4]) : this->any_limit(p));
+      u.push_back(far             ? crowd(data[1][4])
+                  : draw.below(4) ? this->any_limit(p)
+                                  : static_cast<T>(l.back() + draw.between(-0.02, 0.02)));
+    }
+    callers theirs = {p.ny};
+    integration<T> c = {
+        .n = n,
+        .l = l.data(),
+        .u = u.data(),
+        .r = r.data(),
+        .rhint = draw.of({0, 16, 32, 128}),
+        .lhint = draw.of({0, 0, FIT_SITE_SORTED}),
+        .uhint = draw.of({0, 0, FIT_SITE_SORTED, close || p.xhint == FIT_X_UNIFORM ? 0 : FIT_SITE_UNIFORM}),
+        .ldata = peaks ? data[0] : nullptr,
+        .udata = peaks ? data[1] : nullptr,
+        .theirs = &theirs,
+        .services = draw.services()};
+    const int64_t which = draw.below(2) ? draw.below(8) : 0;
+    if (which & 1) c.rules[0] = integral<T, 0>;
+    if (which & 2) c.rules[1] = integral<T, 1>;
+    if (which & 4) c.rules[2] = integral<T, 2>;
+    if (c.lhint) std::sort(l.begin(), l.end());
+    if (c.uhint == FIT_SITE_SORTED) std::sort(u.begin(), u.end());
+    if (c.uhint == FIT_SITE_UNIFORM) c.u = ends.data(), u = evenly(ends[0], ends[1], n);
+    SCOPED_TRACE(testing::Message() << "round " << round << ": " << s.name << " rules " << which << " nx "
                                     << p.nx);
-    ASSERT_EQ(c(p), 0);
-    c.u = all;
-    this->expect_integrals(p, c);
+    ASSERT_EQ(c(*p.task), 0);
+    EXPECT_EQ(r[n * p.ny], T(-77));
+    this->expect_integrals(p, c, l, u, theirs);
   }
 }
 
@@ -352,12 +320,9 @@ TEST(integration, loses_nothing_in_long_and_short_intervals) {
   for (int64_t j = 1; j < nx; j++) c4.insert(c4.end(), {1.1f, 0, 0, 0});
   const float ends[] = {0, 100000}, from[] = {0, 0.75f}, to[] = {100000, 0.75f + 0x1p-20f};
   const fit_task<float> task(nx, ends, FIT_X_UNIFORM, 1, ends, FIT_Y_PTRS);
-  using entries = fit_entries<float>;
-  ASSERT_EQ(entries::edit_spline(task, 4, FIT_TYPE_NATURAL, 0, nullptr, 0, nullptr, c4.data(), 0), 0);
+  task.describe(4, FIT_TYPE_NATURAL, c4.data());
   float r[2];
-  ASSERT_EQ(entries::integrate(task, 0, 2, from, 0, to, 0, nullptr, nullptr, r, 16, nullptr, nullptr, nullptr,
-                               nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-            0);
+  EXPECT_EQ((integration<float>{.n = 2, .l = from, .u = to, .r = r}(task)), 0);
   for (int i = 0; i < 2; i++) EXPECT_NEAR(r[i] / ((double(to[i]) - from[i]) * 1.1f), 1, 2e-7);
 }
 
@@ -366,18 +331,13 @@ TEST(interpolation, lookup_takes_breakpoints_only) {
   const double x[] = {0, 1, 3, 4}, ends[] = {0, 3}, y[] = {5, 6, 7, 8};
   for (auto& row : rows("lookup.txt")) {
     SCOPED_TRACE(row.str());
-    double breakpoint, beside, value;
+    double breakpoint, beside, value, r = 0;
     int32_t uniform, orders[2], status;
     ASSERT_TRUE(row >> uniform >> breakpoint >> beside >> orders[0] >> orders[1] >> status >> value);
-    const fit_task<double> task(4, uniform ? ends : x, uniform ? FIT_X_UNIFORM : 0, 1, y);
-    ASSERT_EQ(fit_entries<double>::edit_spline(task, 0, FIT_TYPE_LOOKUP, 0, nullptr, 0, nullptr, nullptr, 0),
-              0);
     const double site = breakpoint + beside * 0x1p-41;
-    double r = 0;
-    EXPECT_EQ(fit_entries<double>::interpolate(task, 0, 0, 1, &site, 0, 2, orders, nullptr, &r, 16, nullptr,
-                                               nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                               nullptr, nullptr),
-              status);
+    const fit_task<double> task(4, uniform ? ends : x, uniform ? FIT_X_UNIFORM : 0, 1, y);
+    task.describe(0, FIT_TYPE_LOOKUP);
+    EXPECT_EQ((interpolation<double>{.site = &site, .r = &r, .orders = 2, .dorder = orders}(task)), status);
     EXPECT_EQ(r, value);
   }
 }
@@ -385,28 +345,35 @@ TEST(interpolation, lookup_takes_breakpoints_only) {
 // A negative status ends both; others mean nothing, but for a single site at its simplest.
 TEST(evaluation, ends_with_a_negative_status_of_a_callback) {
   const piecewise<double> p(plan{});
-  const double inside = p.ends[0] + 0.1, beyond = p.ends[1] + 1;
-  for (const DFThreadServices* services :
-       {static_cast<const DFThreadServices*>(nullptr), thread_services::get()}) {
+  numbers<double> site(1000, p.ends[0] + 0.1), l = site, u(1000, p.ends[1]), r(1000), s(1000);
+  std::fill_n(&site[700], 300, p.ends[1] + 1), u[700] = p.ends[1] + 1;
+  for (const bool threads : {false, true}) {
     callers theirs = {1, 1, -5};
-    interpolation<double> c = {{.n = 1000, .which = 2, .theirs = &theirs, .services = services}};
-    integration<double> d = {{.n = 1000, .which = 2, .theirs = &theirs, .services = services}};
-    c.site.assign(1000, inside), d.l.assign(1000, inside), d.u.assign(1000, p.ends[1]);
-    std::fill_n(&c.site[700], 300, beyond), d.u[700] = beyond;
-    EXPECT_EQ(c(p), -5);
+    const auto* const services = threads ? thread_services::get() : nullptr;
+    interpolation<double> c = {.n = 1000,
+                               .site = site.data(),
+                               .r = r.data(),
+                               .rules = {nullptr, values<double, 1>},
+                               .theirs = &theirs,
+                               .services = services};
+    integration<double> d = {.n = 1000,
+                             .l = l.data(),
+                             .u = u.data(),
+                             .r = s.data(),
+                             .rules = {nullptr, integral<double, 1>},
+                             .theirs = &theirs,
+                             .services = services};
+    r.assign(1000, -77), s = r;
+    EXPECT_EQ(c(*p.task), -5);
     EXPECT_EQ(theirs.log.size(), 4u);  // of the first block with some
-    EXPECT_EQ(c.r[999], -77);
-    EXPECT_EQ(d(p), -5);
+    EXPECT_EQ(d(*p.task), -5);
     EXPECT_EQ(theirs.log.size(), 5u);
-    EXPECT_EQ(d.r[700], -77);
-    if (!services) {
-      EXPECT_TRUE(c.r[639] != -77 && d.r[699] != -77);
-    }
+    EXPECT_TRUE(r[999] == -77 && s[700] == -77 && (threads || (r[639] != -77 && s[699] != -77)));
     theirs.status = 3;
-    EXPECT_EQ(c(p), 0);
-    EXPECT_EQ(d(p), 0);
-    c.n = 1, c.site[0] = beyond;
-    EXPECT_EQ(c(p), 3);
+    EXPECT_EQ(c(*p.task), 0);
+    EXPECT_EQ(d(*p.task), 0);
+    c.n = 1, c.site = &site[999];
+    EXPECT_EQ(c(*p.task), 3);
   }
 }
 
@@ -433,90 +400,88 @@ TYPED_TEST(evaluation_of, searches_with_the_callers_function) {
       callers none;
       caller_search search = {1000, 5, 0};
       const auto function = wide ? caller_search::call<int64_t> : caller_search::call<int32_t>;
-      interpolation<T> c = {{.n = 150, .theirs = &none, .search = function, .searcher = &search}};
-      integration<T> d = {{.n = 150, .theirs = &none, .search = function, .searcher = &search}};
-      c.site = d.l = evenly(p.ends[0] - T(0.3), p.ends[1] + T(0.3), 150);
-      d.u.assign(d.l.rbegin(), d.l.rend());
-      ASSERT_EQ(c(p), 0);  // all cells are said to be 5
+      const numbers<T> l = evenly(p.ends[0] - T(0.3), p.ends[1] + T(0.3), 150), u(l.rbegin(), l.rend());
+      numbers<T> r(150);
+      std::vector<int64_t> cells(150);
+      interpolation<T> c = {.n = 150,
+                            .site = l.data(),
+                            .r = r.data(),
+                            .cells = cells.data(),
+                            .search = function,
+                            .searcher = &search};
+      const integration<T> d = {
+          .n = 150, .l = l.data(), .u = u.data(), .r = r.data(), .search = function, .searcher = &search};
+      ASSERT_EQ(c(*p.task), 0);  // all cells are said to be 5
       EXPECT_EQ(search.calls, (calls{{64, -1}, {64, -1}, {22, -1}}));
-      for (int i = 0; i < 150; i++) this->expect_near(c.result(1, 0, i, 0), p.derivative(0, c.site[i], 5, 0));
+      for (int i = 0; i < 150; i++) this->expect_near(r[i], p.derivative(0, l[i], 5, 0));
       search = {0, 5, 0};  // a guess
       c.type = FIT_INTERP_CELLS;
-      ASSERT_EQ(c(p), 0);
-      this->expect_values(p, c, c.site);
+      ASSERT_EQ(c(*p.task), 0);
+      this->expect_values(p, c, l, {0}, cells, none);
       search.calls.clear();
-      ASSERT_EQ(d(p), 0);
+      ASSERT_EQ(d(*p.task), 0);
       EXPECT_EQ(search.calls, (calls{{128, 0}, {128, 1}, {22, 0}, {22, 1}}));
-      this->expect_integrals(p, d);
-      search = {-9, 0, 0};
-      EXPECT_EQ(c(p), -9);
-      EXPECT_EQ(c.r[0], -77);
-      EXPECT_EQ(d(p), -9);
+      this->expect_integrals(p, d, l, u, none);
+      search = {-9, 0, 0}, r.assign(150, -77);
+      EXPECT_EQ(c(*p.task), -9);
+      EXPECT_EQ(d(*p.task), -9);
       EXPECT_EQ(search.calls.size(), 2u);
+      EXPECT_EQ(r[0], -77);
       for (const int nowhere : {1 << 20, -5}) {  // the outer polynomials
         search = {1000, nowhere, 0};
-        EXPECT_EQ(c(p), 0);
-        EXPECT_EQ(d(p), 0);
+        EXPECT_EQ(c(*p.task), 0);
+        EXPECT_EQ(d(*p.task), 0);
       }
     }
 }
 
-TEST(evaluation, is_cut_for_threads_as_told) {
+// What a request asks of threads and memory; neither changes the results.
+TEST(evaluation, is_cut_as_told_and_tells_every_lack_of_memory) {
   draws draw = {std::mt19937(2)};
   for (auto& row : rows("evaluation_cuts.txt")) {
     SCOPED_TRACE(row.str());
     std::string what, cut;
-    int64_t n, threads, xhint, lhint, uhint, peak;
-    ASSERT_TRUE(row >> what >> xhint >> lhint >> uhint >> peak >> n >> threads >> cut);
-    const piecewise<double> p({.xhint = xhint, .nx = 40, .ny = 2});
-    const double data[5] = {0, 1, 0, 0, 20};
-    std::vector<double> site, u;
-    for (int64_t i = 0; i < n; i++) site.push_back(draw.between(-3, 3)), u.push_back(draw.between(-3, 3));
-    if (lhint == FIT_SITE_SORTED) std::sort(site.begin(), site.end());
-    if (uhint == FIT_SITE_SORTED) std::sort(u.begin(), u.end());
-    const auto expect_cut = [&](auto c) {
-      auto alone = c;
-      ASSERT_EQ(alone(p), 0);
-      c.services = scripted_services::with(static_cast<int32_t>(threads));
-      ASSERT_EQ(c(p), 0);
-      EXPECT_EQ(rounds(), cut);
-      EXPECT_EQ(c.r, alone.r);
-    };
-    if (what == "interpolation") {
-      expect_cut(interpolation<double>{{.n = n, .rhint = 256}, site, 0, lhint});
-    } else {
-      expect_cut(integration<double>{{.n = n, .rhint = 0}, site, u, lhint, uhint, peak ? data : nullptr});
-    }
-  }
-}
-
-TEST(evaluation, tells_every_lack_of_memory) {
-  draws draw = {std::mt19937(3)};
-  const double data[2][5] = {{0, 1, 0, 0, 5}, {0, 1, 0, 0, 30}};
-  for (auto& row : rows("evaluation_memory.txt")) {
-    SCOPED_TRACE(row.str());
-    std::string what;
-    int64_t s, knots, ny, rhint, rules, peaks, n, allocations;
-    ASSERT_TRUE(row >> what >> s >> knots >> ny >> rhint >> rules >> peaks >> n >> allocations);
-    const piecewise<double> p(
-        {.s = shapes[s], .xhint = knots == 12 ? 4 : 0, .nx = 40, .ny = ny, .knots = knots});
-    std::vector<double> site(n);
-    for (double& v : site) v = draw.between(-2.5, 2);
-    const auto expect_allocations = [&](auto c) {
-      callers theirs = {ny, 2};
-      if (rules) c.theirs = &theirs, c.which = 7;
-      ASSERT_EQ(c(p), 0);
-      const auto good = c.r;
-      EXPECT_EQ(each_allocation_fails(FIT_ERR_MEMORY, [&] { return theirs.log.clear(), c(p); }), allocations);
-      EXPECT_EQ(c.r, good);
-    };
-    if (what == "interpolation") {
-      expect_allocations(interpolation<double>{{.n = n, .rhint = rhint}, site, FIT_INTERP_CELLS, 0, {1, 1}});
-    } else {
-      const std::vector<double> u(site.rbegin(), site.rend());
-      expect_allocations(integration<double>{
-          {.n = n, .rhint = rhint}, site, u, 0, 0, peaks ? data[0] : nullptr, peaks ? data[1] : nullptr});
-    }
+    int64_t s, xhint, knots, ny, rhint, lhint, uhint, rules, lpeak, upeak, n, threads, allocations;
+    ASSERT_TRUE(row >> what >> s >> xhint >> knots >> ny >> rhint >> lhint >> uhint >> rules >> lpeak >>
+                upeak >> n >> threads >> cut >> allocations);
+    const piecewise<double> p({.s = shapes[s], .xhint = xhint, .nx = 40, .ny = ny, .knots = knots});
+    const double ldata[5] = {0, 1, 0, 0, double(lpeak)}, udata[5] = {0, 1, 0, 0, double(upeak)};
+    numbers<double> l(n), u(n), r(2 * n * ny), alone;
+    for (double& v : l) v = draw.between(-3, 3);
+    for (double& v : u) v = draw.between(-3, 3);
+    if (lhint) std::sort(l.begin(), l.end());
+    if (uhint) std::sort(u.begin(), u.end());
+    constexpr int32_t orders[] = {1, 1};
+    callers theirs = {ny, 2};
+    interpolation<double> c = {.n = n,
+                               .site = l.data(),
+                               .r = r.data(),
+                               .rhint = rhint,
+                               .sitehint = lhint,
+                               .orders = 2,
+                               .dorder = orders,
+                               .theirs = &theirs};
+    integration<double> d = {.n = n,
+                             .l = l.data(),
+                             .u = u.data(),
+                             .r = r.data(),
+                             .rhint = rhint,
+                             .lhint = lhint,
+                             .uhint = uhint,
+                             .theirs = &theirs};
+    if (lpeak) d.ldata = ldata;
+    if (upeak) d.udata = udata;
+    if (rules) c.rules[2] = values<double, 2>, d.rules[2] = integral<double, 2>;
+    const auto run = [&] { return what == "interpolation" ? c(*p.task) : d(*p.task); };
+    EXPECT_EQ(run(), FIT_OK);
+    alone = r;
+    c.services = d.services = scripted_services::with(static_cast<int32_t>(threads));
+    EXPECT_EQ(each_allocation_fails(FIT_ERR_MEMORY, run), allocations);
+    EXPECT_TRUE(r == alone);
+    scripted_services::rounds.clear();
+    theirs.log = {};
+    EXPECT_EQ(run(), FIT_OK);
+    EXPECT_EQ(rounds(), cut);
   }
 }
 
@@ -530,20 +495,19 @@ TEST(evaluation, refuses_in_order) {
     int64_t order, type, rhint, data, interpolates, integrates;
     ASSERT_TRUE(row >> functions >> order >> type >> rhint >> data >> interpolates >> integrates);
     const bool all = functions == "all";
-    using entries = fit_entries<double>;
     const fit_task<double> task(3, x, 0, all, all ? x : nullptr);
-    ASSERT_EQ(entries::edit_spline(task, order, type, 0, nullptr, 0, nullptr, all ? c : nullptr, 0), 0);
+    task.describe(order, type, all ? c : nullptr);
     if (functions == "untold") arko_df_kernel_iEditVal(task, FIT_ATTR_NY, 1);
     const double* const hint = data ? hints[data] : nullptr;
     for (const int64_t n : {1, 0}) {
-      EXPECT_EQ(entries::interpolate(task, 0, 0, n, x, 0, 0, nullptr, hint, r, rhint, nullptr, nullptr,
-                                     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+      EXPECT_EQ((interpolation<double>{.n = n, .site = x, .r = r, .rhint = rhint, .data = hint}(task)),
                 interpolates);
-      for (const bool left : {false, true})
-        EXPECT_EQ(entries::integrate(task, 0, n, x, 0, x + 1, 0, left ? hint : nullptr, left ? nullptr : hint,
-                                     r, rhint, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                     nullptr, nullptr),
-                  integrates);
+      EXPECT_EQ(
+          (integration<double>{.n = n, .l = x, .u = x + 1, .r = r, .rhint = rhint, .ldata = hint}(task)),
+          integrates);
+      EXPECT_EQ(
+          (integration<double>{.n = n, .l = x, .u = x + 1, .r = r, .rhint = rhint, .udata = hint}(task)),
+          integrates);
     }
   }
 }

@@ -61,18 +61,18 @@ TEST(huge, searches) {
 
 TEST(huge, interpolation_and_integration) {
   const fit_task<float> task(3, ends, FIT_X_UNIFORM, 1, y);
-  ASSERT_EQ(entries::edit_spline(task, 0, FIT_TYPE_STEP_LEFT, 0, nullptr, 0, nullptr, nullptr, 0), 0);
+  task.describe(0, FIT_TYPE_STEP_LEFT);
   endless<float> left(0.5f, 0.25f), right(0.75f, 1.5f), r(-77, -77);
-  const auto* const threads = thread_services::get();
-  EXPECT_EQ(entries::interpolate(task, 0, 0, most, right.end - most, 0, 0, nullptr, nullptr, r.end - most, 0,
-                                 nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                 nullptr, threads),
-            0);
+  const auto* const services = thread_services::get();
+  float* const results = r.end - most;
+  EXPECT_EQ(
+      (interpolation<float>{.n = most, .site = right.end - most, .r = results, .services = services}(task)),
+      0);
   r.expect(5);
-  EXPECT_EQ(entries::integrate(task, 0, most, left.end - most, 0, right.end - most, 0, nullptr, nullptr,
-                               r.end - most, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                               nullptr, threads),
-            0);
+  EXPECT_EQ(
+      (integration<float>{
+          .n = most, .l = left.end - most, .u = right.end - most, .r = results, .services = services}(task)),
+      0);
   r.expect(0.75f * 3 + 0.5f * 5);
 }
 
@@ -82,11 +82,9 @@ TEST(huge, grid) {
   endless<float> values(1, 1);
   const fit_task<float> task(most, grid, FIT_X_UNIFORM, 1, values.end - most);
   for (const int64_t type : {FIT_TYPE_STEP_LEFT, FIT_TYPE_STEP_RIGHT}) {
-    ASSERT_EQ(entries::edit_spline(task, 0, type, 0, nullptr, 0, nullptr, nullptr, 0), 0);
+    task.describe(0, type);
     float r = 0;
-    EXPECT_EQ(entries::integrate(task, 0, 1, &from, 0, grid + 1, 0, nullptr, nullptr, &r, 0, nullptr, nullptr,
-                                 nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-              0);
+    EXPECT_EQ((integration<float>{.l = &from, .u = grid + 1, .r = &r}(task)), 0);
     EXPECT_NEAR(r, 1280, 4);  // single precision has no numbers for the ends of single pieces here
   }
 }

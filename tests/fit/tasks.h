@@ -70,12 +70,53 @@ template <class T> class fit_task {
       : status_(fit_entries<T>::new_task(&task_, nx, x, xhint, ny, y, yhint, wide)) {}
   ~fit_task() { arko_df_kernel_DeleteTask(&task_); }
   fit_task(const fit_task&) = delete;
+  // A spline without conditions.
+  void describe(int64_t order, int64_t type, T* c = nullptr) const {
+    EXPECT_EQ(fit_entries<T>::edit_spline(task_, order, type, 0, nullptr, 0, nullptr, c, 0), FIT_OK);
+  }
   int32_t status() const { return status_; }  // of its creation
   operator void*() const { return task_; }
 
  private:
   void* task_ = nullptr;
   int32_t status_;
+};
+
+// Requests, with defaults for what a test does not speak of.
+template <class T> struct interpolation {
+  int64_t n = 1;
+  const T* site = nullptr;
+  T* r = nullptr;
+  int64_t rhint = FIT_R_BYFUNC, type = 0, sitehint = 0, orders = 0;
+  const void* dorder = nullptr;
+  const double* data = nullptr;
+  void* cells = nullptr;
+  DFInterpCallBack rules[3] = {};  // to the left, to the right, within
+  void* theirs = nullptr;
+  DFSearchCallBack search = nullptr;
+  void* searcher = nullptr;
+  const DFThreadServices* services = nullptr;
+  int32_t operator()(void* task) const {
+    return fit_entries<T>::interpolate(task, type, 0, n, site, sitehint, orders, dorder, data, r, rhint,
+                                       cells, rules[0], theirs, rules[1], theirs, rules[2], theirs, search,
+                                       searcher, services);
+  }
+};
+template <class T> struct integration {
+  int64_t n = 1;
+  const T *l = nullptr, *u = nullptr;
+  T* r = nullptr;
+  int64_t rhint = FIT_R_BYFUNC, lhint = 0, uhint = 0;
+  const double *ldata = nullptr, *udata = nullptr;
+  DFIntegrCallBack rules[3] = {};
+  void* theirs = nullptr;
+  DFSearchCallBack search = nullptr;
+  void* searcher = nullptr;
+  const DFThreadServices* services = nullptr;
+  int32_t operator()(void* task) const {
+    return fit_entries<T>::integrate(task, 0, n, l, lhint, u, uhint, ldata, udata, r, rhint, rules[0], theirs,
+                                     rules[1], theirs, rules[2], theirs, search, searcher, services);
+  }
 };
 
 // The rows of a table of cases: columns between blanks; what follows a # is for readers.

@@ -29,10 +29,9 @@ numbers<double> results(const char* spline, int64_t xhint, const DFThreadService
       entries::edit_spline(task, order, FIT_TYPE_NATURAL, FIT_BC_FREE_END, nullptr, 0, nullptr, r.data(), 0),
       entries::construct(spline)(task, 0, 0, services),
       entries::search(task, 0, sites, site.data(), 0, nullptr, cells.data(), nullptr, nullptr, services),
-      entries::interpolate(task, 0, 0, sites, site.data(), 0, 0, nullptr, nullptr, values, 0, nullptr,
-                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, services),
-      entries::integrate(task, 0, 700, site.data(), 0, x.data(), 0, nullptr, nullptr, integrals, 0, nullptr,
-                         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, services)};
+      interpolation<double>{.n = sites, .site = site.data(), .r = values, .services = services}(task),
+      integration<double>{
+          .n = 700, .l = site.data(), .u = x.data(), .r = integrals, .services = services}(task)};
   for (const int32_t status : statuses) EXPECT_EQ(status, FIT_OK);
   r.insert(r.end(), cells.begin(), cells.end());
   return r;
