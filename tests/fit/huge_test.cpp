@@ -76,11 +76,15 @@ TEST(huge, interpolation_and_integration) {
   r.expect(0.75f * 3 + 0.5f * 5);
 }
 
-// The last pieces of the largest grid, all of value and width 1.
+// Cells of the largest grid, and its last pieces, all of value and width 1.
 TEST(huge, grid) {
   constexpr float grid[] = {0, 0x1p31f}, from = 0x1p31f - 1280;
   endless<float> values(1, 1);
   const fit_task<float> task(most, grid, FIT_X_UNIFORM, 1, values.end - most);
+  const float sites[] = {-1, 0x1p31f, 0x1p32f};
+  int32_t cells[3];
+  EXPECT_EQ(entries::search(task, 0, 3, sites, 0, nullptr, cells, nullptr, nullptr, nullptr), 0);
+  EXPECT_TRUE(cells[0] == 0 && cells[1] == most - 1 && cells[2] == most);
   for (const int64_t type : {FIT_TYPE_STEP_LEFT, FIT_TYPE_STEP_RIGHT}) {
     task.describe(0, type);
     float r = 0;

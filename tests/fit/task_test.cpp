@@ -132,27 +132,6 @@ TYPED_TEST(task_of, functions_beyond_a_table_are_missing) {
   }
 }
 
-// Cells and buckets are 32 bits wide.
-TYPED_TEST(task_of, as_many_breakpoints_as_cells_have_numbers) {
-  using T = TypeParam;
-  const T ends[] = {0, 1};
-  constexpr int64_t limit = int64_t{1} << 31;
-  for (const int64_t nx : {limit, limit + 2, int64_t{1} << 32, INT64_MAX})
-    for (const int64_t xhint : {FIT_X_NOHINT, FIT_X_UNIFORM}) {
-      EXPECT_EQ(fit_task<T>(nx, ends, xhint).status(), FIT_ERR_NX);
-      const fit_task<T> task(2, ends, xhint);
-      EXPECT_EQ(arko_df_kernel_iEditVal(task, FIT_ATTR_NX, nx), FIT_ERR_NX);
-      EXPECT_EQ(record(task).nx, 2);
-    }
-  const fit_task<T> task(limit - 1, ends, FIT_X_UNIFORM);
-  const T sites[] = {-1, 1, 2};
-  int32_t cells[3];
-  EXPECT_EQ(fit_entries<T>::search(task, 0, 3, sites, 0, nullptr, cells, nullptr, nullptr, nullptr), FIT_OK);
-  EXPECT_EQ(cells[0], 0);
-  EXPECT_EQ(cells[1], limit - 2);
-  EXPECT_EQ(cells[2], limit - 1);
-}
-
 // What is refused is not stored, but what was checked before it.
 TYPED_TEST(task_of, refuses_and_keeps) {
   using T = TypeParam;
