@@ -66,20 +66,19 @@ using precisions = testing::Types<double, float>;
 template <class T> class fit_task {
  public:
   fit_task(int64_t nx, const T* x, int64_t xhint, int64_t ny = 0, const T* y = nullptr,
-           int64_t yhint = FIT_Y_NOHINT, int32_t wide = 0)
-      : status_(fit_entries<T>::new_task(&task_, nx, x, xhint, ny, y, yhint, wide)) {}
+           int64_t yhint = FIT_Y_NOHINT, int32_t wide = 0) {
+    EXPECT_EQ(fit_entries<T>::new_task(&task_, nx, x, xhint, ny, y, yhint, wide), FIT_OK);
+  }
   ~fit_task() { arko_df_kernel_DeleteTask(&task_); }
   fit_task(const fit_task&) = delete;
   // A spline without conditions.
   void describe(int64_t order, int64_t type, T* c = nullptr) const {
     EXPECT_EQ(fit_entries<T>::edit_spline(task_, order, type, 0, nullptr, 0, nullptr, c, 0), FIT_OK);
   }
-  int32_t status() const { return status_; }  // of its creation
   operator void*() const { return task_; }
 
  private:
   void* task_ = nullptr;
-  int32_t status_;
 };
 
 // Requests, with defaults for what a test does not speak of.
