@@ -10,10 +10,10 @@ namespace {
 
 using namespace arko::test;
 using entries = fit_entries<double>;
-constexpr std::size_t n = 4501, ny = 3, sites = 1500;
+constexpr std::size_t ny = 16, sites = 1500;
 
 // Coefficients, cells, values and integrals by a constructor.
-numbers<double> results(const char* spline, int64_t xhint, const DFThreadServices* services) {
+numbers<double> results(std::size_t n, const char* spline, int64_t xhint, const DFThreadServices* services) {
   std::mt19937 random(1);
   const auto number = [&] { return std::generate_canonical<double, 53>(random); };
   numbers<double> x(n), y(n * ny), site(sites), r(4 * (n - 1) * ny + 3 * ny * sites);
@@ -40,11 +40,12 @@ numbers<double> results(const char* spline, int64_t xhint, const DFThreadService
 TEST(threads, change_nothing) {
   thread_services::threads = 4;
   for (const char* spline : {"linear", "natural", "bessel", "akima"})
-    for (const int64_t xhint : {FIT_X_QUASI, FIT_X_NOHINT}) {
-      const numbers<double> alone = results(spline, xhint, nullptr);
-      EXPECT_TRUE(results(spline, xhint, thread_services::get()) == alone) << spline;
+    for (const auto& [n, xhint] :
+         {std::pair(1001, FIT_X_QUASI), {4501, FIT_X_NOHINT}, {9001, FIT_X_NOHINT}}) {
+      const numbers<double> alone = results(n, spline, xhint, nullptr);
+      EXPECT_TRUE(results(n, spline, xhint, thread_services::get()) == alone) << spline;
       for (const int32_t no_count : {0, -3}) {
-        EXPECT_TRUE(results(spline, xhint, scripted_services::with(no_count)) == alone) << spline;
+        EXPECT_TRUE(results(n, spline, xhint, scripted_services::with(no_count)) == alone) << spline;
         for (const auto& [tasks, threads] : scripted_services::rounds) EXPECT_EQ(threads, 1);
       }
     }
