@@ -24,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/places.h"
 #include "tests/support/registry.h"
 
 extern "C" {
@@ -56,62 +57,7 @@ using arko::test::function;
 
 constexpr int elements = 4096, blocks = 16;
 
-// ---- Arguments and peers: a row or a few for every root
-
-struct interval {
-  double low, high;
-};
-
-struct drawn {
-  const char* root;
-  interval single, full;  // of the arguments
-};
-constexpr interval thousand = {-1000, 1000};
-constexpr drawn intervals[] = {
-    // clang-format off
-    {"Abs", thousand, thousand},
-    {"Add", thousand, thousand},
-    {"Sub", thousand, thousand},
-    {"Mul", thousand, thousand},
-    {"Sqr", thousand, thousand},
-    {"Div", thousand, thousand},
-    {"Ceil", thousand, thousand},
-    {"Floor", thousand, thousand},
-    {"Round", thousand, thousand},
-    {"Rint", thousand, thousand},
-    {"NearbyInt", thousand, thousand},
-    {"Trunc", thousand, thousand},
-    {"Frac", thousand, thousand},
-    {"Modf", thousand, thousand},
-    {"Fmax", thousand, thousand},
-    {"Fmin", thousand, thousand},
-    {"MaxMag", thousand, thousand},
-    {"MinMag", thousand, thousand},
-    {"CopySign", thousand, thousand},
-    {"NextAfter", thousand, thousand},
-    {"Fdim", thousand, thousand},
-    {"Fmod", thousand, thousand},
-    {"Remainder", thousand, thousand},
-    {"LinearFrac", thousand, thousand},
-    {"Inv", {0, 1000}, {0, 1000}},
-    {"Sqrt", {0, 1000}, {0, 1000}},
-    {"InvSqrt", {0, 1000}, {0, 1000}},
-    {"Cbrt", thousand, thousand},
-    {"InvCbrt", thousand, thousand},
-    {"Hypot", thousand, thousand},
-    {"Pow2o3", thousand, thousand},
-    {"Pow3o2", {0, 1000}, {0, 1000}},
-    {"Exp", {-80, 80}, {-700, 700}},
-    {"Exp2", {-120, 120}, thousand},
-    {"Exp10", {-36, 36}, {-300, 300}},
-    {"Expm1", {-10, 10}, {-10, 10}},
-    {"Ln", {0, 1000}, {0, 1000}},
-    {"Log2", {0, 1000}, {0, 1000}},
-    {"Log10", {0, 1000}, {0, 1000}},
-    {"Log1p", {-1, 10}, {-1, 10}},
-    {"Logb", thousand, thousand},
-    // clang-format on
-};
+// ---- Peers: a row or a few for every root
 
 // A function of one V, element by element or vector by vector.
 template <class V, class F> void each(const arguments& c, F f) {
@@ -347,7 +293,7 @@ struct arrays {
   int increment;
   std::vector<double> in[2], out[2];  // memory for any element
 
-  explicit arrays(const function& of, interval range) : f(of), increment(f.strided ? 2 : 1) {
+  arrays(const function& of, arko::test::interval range) : f(of), increment(f.strided ? 2 : 1) {
     const std::size_t size = std::max(f.how->in_size, f.how->out_size) / 4 * elements * blocks;
     for (auto& memory : out) memory.resize(size);
     std::mt19937_64 generator(1);
@@ -580,9 +526,8 @@ int main(int argc, char** argv) {
       f.is_double() ? add_from_memory(f, doubles) : add_from_memory(f, singles);
       continue;
     }
-    const auto row = std::ranges::find(intervals, root, [](const drawn& d) { return std::string(d.root); });
-    if (row == std::end(intervals)) return std::cerr << "vector_bench: no interval for " << root << "\n", 2;
-    const auto data = std::make_shared<arrays>(f, f.is_double() ? row->full : row->single);
+    const auto& places = arko::test::places_of(root);
+    const auto data = std::make_shared<arrays>(f, f.is_double() ? places.timed_full : places.timed_single);
     for (int l = 0; l < 3; l++) {
       if (kernel_of(f, l) != l) continue;
       const auto run = [&f, l](const arguments& c) { f(l, c); };

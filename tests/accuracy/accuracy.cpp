@@ -30,7 +30,8 @@
 
 namespace {
 
-using arko::test::exact, arko::test::in_ulps, arko::test::interval, arko::test::meter, arko::test::worst;
+using arko::test::bits_of, arko::test::interval, arko::test::places, arko::test::places_of;
+using arko::test::exact, arko::test::in_ulps, arko::test::meter, arko::test::worst;
 using arko::test::pair_reference, arko::test::reference, arko::test::reference_of;
 namespace references = arko::test::references;
 
@@ -75,6 +76,7 @@ template <class E, std::size_t inputs> struct function {
   const arko::test::function *unit, *twin;  // twin is null where there is none
   const reference_of<inputs>& meant;
   limits allowed;
+  const places& where = places_of(root);
 
   char type() const { return unit->type; }
   std::size_t outputs() const { return std::size_t(unit->how->outputs) * parts_out(); }
@@ -137,8 +139,6 @@ template <class E, std::size_t inputs> struct pass {
   std::function<arguments<E, inputs>(std::uint64_t)> argument;
 };
 
-template <class E> using bits_of = std::conditional_t<sizeof(E) == 4, std::uint32_t, std::uint64_t>;
-
 std::uint64_t random_bits(std::uint64_t i) {  // splitmix64
   i = (i + 1) * 0x9E3779B97F4A7C15;
   i = (i ^ (i >> 30)) * 0xBF58476D1CE4E5B9;
@@ -170,9 +170,10 @@ template <class E> E random_pattern(std::uint64_t i) {
   return std::bit_cast<E>(bits_of<E>(random_bits(i) >> (64 - 8 * sizeof(E))));
 }
 
-template <class E> std::vector<pass<E, 1>> passes_of(const reference& meant, const options& o) {
-  const auto range = sizeof(E) == 4 ? meant.single : meant.full;
-  const auto& points = meant.points;
+template <class E>
+std::vector<pass<E, 1>> passes_of(const reference&, const places& where, const options& o) {
+  const auto range = sizeof(E) == 4 ? where.single : where.full;
+  const auto& points = where.points;
   std::vector<pass<E, 1>> passes;
 
   if constexpr (sizeof(E) == 4) {
@@ -194,10 +195,10 @@ template <class E> std::vector<pass<E, 1>> passes_of(const reference& meant, con
                       const double away = std::exp2(-64 * u) * std::max(std::fabs(p), 1.0);
                       return arguments<E, 1>{E(p + (random_bits(2 * i + 1) & 1 ? away : -away))};
                     }});
-  if (meant.grid != 0)
-    passes.push_back({samples(o, 20), false, [=](std::uint64_t i) {
+  if (where.grid != 0)
+    passes.push_back({samples(o, 20), false, [=, grid = where.grid](std::uint64_t i) {
                         const double x = range.low + (range.high - range.low) * random_unit(2 * i);
-                        return arguments<E, 1>{neighbour(E(std::nearbyint(x / meant.grid) * meant.grid),
+                        return arguments<E, 1>{neighbour(E(std::nearbyint(x / grid) * grid),
                                                          int(random_bits(2 * i + 1) % 5) - 2)};
                       }});
   return passes;
@@ -205,18 +206,19 @@ template <class E> std::vector<pass<E, 1>> passes_of(const reference& meant, con
 
 // Pairs: any two, evenly from the intervals, of points with their neighbours, and two of like digits whose
 // exponents lie up to 64 apart.
-template <class E> std::vector<pass<E, 2>> passes_of(const pair_reference& meant, const options& o) {
+template <class E>
+std::vector<pass<E, 2>> passes_of(const pair_reference&, const places& where, const options& o) {
   using pair = arguments<E, 2>;
-  const auto& range = sizeof(E) == 4 ? meant.single : meant.full;
-  const auto& points = meant.points;
+  const interval range = sizeof(E) == 4 ? where.single : where.full;
+  const auto& points = where.points;
   const std::uint64_t count = samples(o, o.exhaustive ? 24 : 20);
   return {{count, false,
            [](std::uint64_t i) {
              return pair{random_pattern<E>(2 * i), random_pattern<E>(2 * i + 1)};
            }},
           {count, true,
-           [&](std::uint64_t i) {
-             return pair{drawn<E>(range[0], ~(2 * i)), drawn<E>(range[1], ~(2 * i + 1))};
+           [=](std::uint64_t i) {
+             return pair{drawn<E>(range, ~(2 * i)), drawn<E>(range, ~(2 * i + 1))};
            }},
           {points.size() * points.size() * 25, false,
            [&](std::uint64_t i) {
@@ -252,7 +254,7 @@ struct number {  // of MPFR
 template <class E>
 exact<E> precise(const reference& meant, std::size_t o, const arguments<E, 1>& x, number (&scratch)[2]) {
   mpfr_set_d(scratch[0].v, x[0], MPFR_RNDN);
-  (o ? meant.second.precise : meant.precise)(scratch[0].v, scratch[0].v, MPFR_RNDN);
+  (o ? meant.precise_second : meant.precise)(scratch[0].v, scratch[0].v, MPFR_RNDN);
   return exact<E>(scratch[0].v);
 }
 template <class E>
@@ -263,7 +265,7 @@ exact<E> precise(const pair_reference& meant, std::size_t, const arguments<E, 2>
 }
 
 double quick(const reference& meant, std::size_t o, const arguments<float, 1>& x) {
-  return (o ? meant.second.quick : meant.quick)(x[0]);
+  return (o ? meant.quick_second : meant.quick)(x[0]);
 }
 double quick(const pair_reference& meant, std::size_t, const arguments<float, 2>& x) {
   return meant.quick(x[0], x[1]);
@@ -307,7 +309,7 @@ void measure_part(const pass<E, inputs>& p, const std::vector<kernel<E, inputs>>
           const E y = kernels[k].result(a, o, i);
           const exact<E>& x = wanted[i * outputs + o];
           found[k].add(at[i], y, x, p.in_mean);
-          if (ep) found[k].add_relative(at[i], y, x, meant.floor);
+          if (ep) found[k].add_relative(at[i], y, x, of_all.where.floor);
         }
     }
   }
@@ -317,7 +319,7 @@ template <class E, std::size_t inputs>
 meters<E, inputs> measure(const std::vector<kernel<E, inputs>>& kernels, const options& o) {
   meters<E, inputs> total(kernels.size());
   const unsigned workers = std::max(1u, std::thread::hardware_concurrency());
-  for (const auto& p : passes_of<E>(kernels[0].of.meant, o)) {
+  for (const auto& p : passes_of<E>(kernels[0].of.meant, kernels[0].of.where, o)) {
     std::vector<meters<E, inputs>> parts(workers, meters<E, inputs>(kernels.size()));
     std::vector<std::thread> threads;
     for (unsigned w = 0; w < workers; w++)

@@ -25,7 +25,6 @@ using entry = void (*)();  // any function; `form` knows how to call it
 // How a form is called: counts of arrays, bytes of an element, and a call of a unit-stride function or a
 // twin.
 struct form {
-  const char* name;
   int inputs, outputs;
   std::size_t real_size, in_size, out_size;
   void (*unit)(entry, const arguments&);
@@ -39,9 +38,8 @@ struct function {
   char type;
   bool strided;
   const form* how;
-  const char* sharing;  // one, la_ha, la_ep or three
-  entry names[4];       // the exported entries: LA, bare, HA, EP
-  entry table[3];       // the slots of the kernel table
+  entry names[4];  // the exported entries: LA, bare, HA, EP
+  entry table[3];  // the slots of the kernel table
   const float* costs;
 
   void operator()(int level, const arguments& c) const { (strided ? how->twin : how->unit)(table[level], c); }
@@ -59,7 +57,11 @@ struct kernel {
   friend std::ostream& operator<<(std::ostream& out, const kernel& k) { return out << k.name(); }
 };
 
-// The kernels that can be called element by element.
+// The kernels that can be called element by element; those of a function such as "sExp" and its twin.
 std::vector<kernel> kernels();
+std::vector<kernel> kernels_of(const std::string& function);
+template <class T> std::vector<kernel> kernels_of(const std::string& root) {
+  return kernels_of((sizeof(T) == 4 ? "s" : "d") + root);
+}
 
 }  // namespace arko::test

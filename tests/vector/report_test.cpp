@@ -1,5 +1,4 @@
-// The element reporter, called directly for its four element types, and through a kernel where the way back counts.
-
+// The element reporter, called directly for its element types, and through a kernel where the way back counts.
 #include "vector/report.h"
 
 #include <arko/core.h>
@@ -12,7 +11,6 @@
 #include <cmath>
 #include <csetjmp>
 #include <csignal>
-#include <cstddef>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -25,17 +23,6 @@ namespace {
 
 using namespace arko::test;
 
-// ---- the four element types alike
-
-template <class T> struct of {
-  static T make(double re, double) { return static_cast<T>(re); }
-  static std::array<double, 2> parts(T x) { return {x, 0}; }
-};
-template <class T> struct of<zur::complex<T>> {
-  static zur::complex<T> make(double re, double im) { return {static_cast<T>(re), static_cast<T>(im)}; }
-  static std::array<double, 2> parts(zur::complex<T> x) { return {x.re, x.im}; }
-};
-
 // What the callback got, and what it does.
 thread_local ZurErrorContext seen;
 thread_local int calls;
@@ -46,10 +33,21 @@ std::int32_t callback(ZurErrorContext* c) {
   return answer ? answer(c) : 0;
 }
 
+// ---- the four element types alike
+
 template <class E> class reporter : public testing::Test {
  protected:
-  E a[40], arg1 = of<E>::make(1.5, -1.25), arg2 = of<E>::make(2.5, -2.25);
-  E r1 = of<E>::make(3.5, -3.25), r2 = of<E>::make(4.5, -4.25);
+  using T = typename zur::real_of<E>::type;
+  static constexpr bool is_complex = sizeof(E) > sizeof(T);
+  static E make(T re, T im) {
+    if constexpr (is_complex) return {re, im};
+    if constexpr (!is_complex) return re;
+  }
+  static bool is(const E& x, T re, T im) {
+    const E expected = make(re, im);
+    return std::memcmp(&x, &expected, sizeof x) == 0;
+  }
+  E a[40], arg1 = make(1.5, -1.25), arg2 = make(2.5, -2.25), r1 = make(3.5, -3.25), r2 = make(4.5, -4.25);
 
   void tell(std::int32_t status, std::int32_t index, const E* array, const char* name = "") {
     zur::report(status, index, array, arg1, arg2, r1, r2, name);
@@ -58,39 +56,26 @@ template <class E> class reporter : public testing::Test {
 using elements = testing::Types<float, double, zur::complex<float>, zur::complex<double>>;
 TYPED_TEST_SUITE(reporter, elements);
 
-// What is not told of an element is zero.
+// What is not told of an element is zero. An index counts from the interface input vector, by the size of an element.
 TYPED_TEST(reporter, fills_the_record) {
-  const bool is_complex = std::is_class_v<TypeParam>;
-  on_new_thread([&] {
-    _zurSetErrorCallBack(callback);
-    for (const std::int32_t status : {3, -1, -2}) {
+  const struct {
+    TypeParam* input_vector;
+    int status, index;
+  } rows[] = {{nullptr, 3, 5}, {nullptr, -1, 5}, {nullptr, -2, 5}, {this->a, 3, 21}, {this->a + 20, 3, 1}};
+  for (const auto& row : rows)
+    on_new_thread([&] {
+      _zurSetErrorCallBack(callback);
+      EXPECT_EQ(_zurSetInterfInputVectorPointer(row.input_vector), row.input_vector);
       ZurErrorContext expected;
       std::memset(&expected, 0, sizeof expected);
-      expected.Code = status, expected.Index = 7, expected.FuncNameLen = 4;
+      expected.Code = row.status, expected.Index = row.index, expected.FuncNameLen = 4;
       std::strcpy(expected.FuncName, "name");
-      if (status > 0) expected.Arg1 = 1.5, expected.Arg2 = 2.5, expected.Res1 = 3.5, expected.Res2 = 4.5;
-      if (status > 0 && is_complex)
+      if (row.status > 0) expected.Arg1 = 1.5, expected.Arg2 = 2.5, expected.Res1 = 3.5, expected.Res2 = 4.5;
+      if (row.status > 0 && this->is_complex)
         expected.Arg1Im = -1.25, expected.Arg2Im = -2.25, expected.Res1Im = -3.25, expected.Res2Im = -4.25;
-      this->tell(status, 7, this->a, "name");
-      EXPECT_EQ(std::memcmp(&seen, &expected, sizeof seen), 0) << status;
-    }
-  });
-}
-
-// Counted from the interface input vector, by the size of an element.
-TYPED_TEST(reporter, counts_from_the_interface_input_vector) {
-  on_new_thread([&] {
-    _zurSetErrorCallBack(callback);
-    const struct {
-      TypeParam* from;
-      int index;
-    } rows[] = {{this->a, 21}, {this->a + 20, 1}, {nullptr, 5}};
-    for (const auto& row : rows) {
-      EXPECT_EQ(_zurSetInterfInputVectorPointer(row.from), row.from);
-      this->tell(1, 5, this->a + 16);
-      EXPECT_EQ(seen.Index, row.index);
-    }
-  });
+      this->tell(row.status, 5, this->a + 16, "name");
+      EXPECT_EQ(std::memcmp(&seen, &expected, sizeof seen), 0) << row.status << ' ' << seen.Index;
+    });
 }
 
 TYPED_TEST(reporter, takes_results_from_the_record) {
@@ -100,26 +85,20 @@ TYPED_TEST(reporter, takes_results_from_the_record) {
       return value;
     };
   };
-  const auto parts = [](TypeParam x) { return of<TypeParam>::parts(x); };
-  const auto first = parts(of<TypeParam>::make(51, 52)), second = parts(of<TypeParam>::make(61, 62));
   on_new_thread([&] {
     _zurSetErrorCallBack(callback);
     answer = answering(1);  // dropped
     this->tell(3, 7, this->a);
     answer = answering(0);
     for (const int no_values : {-1, -2}) this->tell(no_values, 7, this->a);
-    EXPECT_EQ(parts(this->r1)[0], 3.5);
-    EXPECT_EQ(parts(this->r2)[0], 4.5);
+    EXPECT_TRUE(this->is(this->r1, 3.5, -3.25) && this->is(this->r2, 4.5, -4.25));
     this->tell(3, 7, this->a);
-    EXPECT_EQ(parts(this->r1), first);
-    EXPECT_EQ(parts(this->r2), second);
-    zur::report(3, 7, this->a, this->arg1, this->arg2, this->r2, this->r2,
-                "");  // one result: the first stays
-    EXPECT_EQ(parts(this->r2), first);
-    // What the callback writes to the array itself does not count.
+    EXPECT_TRUE(this->is(this->r1, 51, 52) && this->is(this->r2, 61, 62));
+    zur::report(3, 7, this->a, this->arg1, this->arg2, this->r2, this->r2, "");
+    EXPECT_TRUE(this->is(this->r2, 51, 52)) << "of one result, given twice, the first stays";
     answer = [&](ZurErrorContext*) { return this->r1 = this->arg1, 0; };
     this->tell(3, 7, this->a);
-    EXPECT_EQ(parts(this->r1), first);
+    EXPECT_TRUE(this->is(this->r1, 51, 52)) << "what the callback writes to the array does not count";
   });
 }
 
@@ -137,11 +116,7 @@ TEST(report_single, numbers_survive_the_way_through_double) {
       const fp_words after = under({.sse = 0x9FC0}, [&] { zur::report(3, 0, &x, x, x, r, r, ""); });
       EXPECT_EQ(after.sse_flags(), 0u) << x;
       EXPECT_EQ(std::bit_cast<std::uint32_t>(r), std::bit_cast<std::uint32_t>(x));
-      if (x == x) {
-        EXPECT_EQ(seen.Arg1, static_cast<double>(x));
-      } else {
-        EXPECT_TRUE(std::isnan(seen.Res1));
-      }
+      EXPECT_TRUE(x == x ? seen.Arg1 == static_cast<double>(x) : std::isnan(seen.Res1)) << x;
     }
   });
 }
@@ -173,25 +148,28 @@ struct status_row {
   int status, number;
   unsigned flag;
 };
-constexpr status_row statuses[] = {{1, 33, 0x01}, {2, 34, 0x04}, {3, 34, 0x08}, {4, 34, 0x10}, {0, 0, 0},
-                                   {-1, 22, 0},   {-2, 13, 0},   {5, 14, 0},    {-3, 14, 0}};
+constexpr status_row statuses[] = {{1, EDOM, 0x01},   {2, ERANGE, 0x04}, {3, ERANGE, 0x08},
+                                   {4, ERANGE, 0x10}, {0, 0, 0},         {-1, EINVAL, 0},
+                                   {-2, EACCES, 0},   {5, EFAULT, 0},    {-3, EFAULT, 0}};
 
-// `actions`: the status is stored, errno is set, the x87 flag is raised, the callback is called.
+// What the error mode byte lets happen; a callback that does not return 0 ends the report.
 TEST(report_actions, follow_the_error_mode_byte) {
-  struct {
+  const struct {
     unsigned byte;
     bool stored, number, flag, called;
-  } const rows[] = {{0x2000, false, false, false, false}, {0x0100, true, false, false, false},
-                    {0x0300, true, true, false, false},   {0x2200, true, true, false, false},
-                    {0x2100, true, false, false, false},  {0x0200, true, true, false, false},
-                    {0x0800, true, false, true, false},   {0x1000, true, false, false, true},
-                    {0x1100, true, false, false, true},   {0x1A00, true, true, true, true},
-                    {0x4000, true, false, false, false}};
+    int answer = 0;
+  } rows[] = {{0x2000, false, false, false, false}, {0x0100, true, false, false, false},
+              {0x0300, true, true, false, false},   {0x2200, true, true, false, false},
+              {0x2100, true, false, false, false},  {0x0200, true, true, false, false},
+              {0x0800, true, false, true, false},   {0x1000, true, false, false, true},
+              {0x1100, true, false, false, true},   {0x1A00, true, true, true, true},
+              {0x4000, true, false, false, false},  {0x1A00, true, false, false, true, -5}};
   for (const auto& row : rows)
     for (const status_row& s : statuses)
       on_new_thread([&] {
         SCOPED_TRACE(testing::Message() << std::hex << row.byte << " status " << s.status);
         _zurSetErrorCallBack(callback);
+        answer = [&](ZurErrorContext*) { return row.answer; };
         _zurSetMode(row.byte);
         _zurSetErrStatus(99);
         errno = 99;
@@ -201,79 +179,58 @@ TEST(report_actions, follow_the_error_mode_byte) {
         EXPECT_EQ(errno, row.number ? s.number : 99);
         EXPECT_EQ(after.x87_flags(), row.flag ? s.flag : 0);
         EXPECT_EQ(calls, row.called ? 1 : 0);
+        _zurSetErrorCallBack(nullptr);  // none installed: the bit alone does nothing
+        tell(s.status);
+        EXPECT_EQ(calls, row.called ? 1 : 0);
       });
 }
 
-TEST(report_actions, callback_that_returns_nonzero_ends_the_report) {
-  on_new_thread([] {
-    answer = [](ZurErrorContext*) { return -5; };
-    _zurSetErrorCallBack(callback);
-    errno = 99;
-    EXPECT_EQ(under({}, [] { tell(3); }).x87_flags(), 0u);
-    EXPECT_EQ(errno, 99);
-    EXPECT_EQ(_zurGetErrStatus(), 3);
-    _zurSetErrorCallBack(nullptr);  // none installed, and the bit alone does nothing
-    _zurSetMode(ZUR_ERRMODE_DEFAULT);
-    tell(3);
-    EXPECT_EQ(errno, 34);
-  });
-}
-
-// What is printed: the messages by number, with the texts of arko_serv_print.
+// What is printed: a message by its number, and a line a value, with the texts of arko_serv_print.
 TEST(report_actions, print_one_line_a_value) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  struct {
+  struct line {
+    int code;
+    double value;
+  };
+  const struct {
     int status;
     values v;
     int head;
-    std::vector<int> codes;
-  } const rows[] = {
-      {1, {1, 1, 2, 2}, 750, {755, 756}},
-      {2, {1, 1, 2, 3}, 751, {757, 758, 759}},
-      {3, {1, 4, 2, 2}, 752, {760, 761, 762}},
-      {4, {1, 4, 2, 3}, 753, {763, 764, 765, 766}},
-      {7, {1, 1, 2, 2}, 754, {755, 756}},
-      {1, {1.5, 0.0, 2, -0.0}, 750, {755, 756}},  // a second value of zero counts as none
-      {1, {nan, nan, 2, 2}, 750, {755, 756}},     // equal patterns
-      {1, {1.5, nan, 2, nan}, 750, {763, 764, 765, 766}},
-      {1, {0.0, -1.0, 0.0, 5.0}, 750, {763, 764, 765, 766}},
+    std::vector<line> lines;
+  } rows[] = {
+      {1, {1, 1, 2, 2}, 750, {{755, 1}, {756, 2}}},
+      {2, {1, 1, 2, 3}, 751, {{757, 1}, {758, 2}, {759, 3}}},
+      {3, {1, 4, 2, 2}, 752, {{760, 1}, {761, 4}, {762, 2}}},
+      {4, {1, 4, 2, 3}, 753, {{763, 1}, {764, 4}, {765, 2}, {766, 3}}},
+      {7, {1, 1, 2, 2}, 754, {{755, 1}, {756, 2}}},
+      {1, {1.5, 0.0, 2, -0.0}, 750, {{755, 1.5}, {756, 2}}},  // a second value of zero counts as none
+      {1, {nan, nan, 2, 2}, 750, {{755, nan}, {756, 2}}},     // equal patterns
+      {1, {1.5, nan, 2, nan}, 750, {{763, 1.5}, {764, nan}, {765, 2}, {766, nan}}},
+      {1, {0.0, -1.0, 0.0, 5.0}, 750, {{763, 0.0}, {764, -1.0}, {765, 0.0}, {766, 5.0}}},
       {-1, {1, 4, 2, 3}, 748, {}},
       {-2, {1, 4, 2, 3}, 749, {}},
       {0, {1, 4, 2, 3}, 0, {}},
   };
-  for (const auto& row : rows) {
-    const ending printed = in_child([&] {
+  for (const auto& row : rows)
+    on_new_thread([&] {
       _zurSetMode(ZUR_ERRMODE_STDERR);
-      tell(row.status, row.v);
+      const std::string printed = captured([&] { tell(row.status, row.v); });
+      const std::string expected = captured([&] {
+        if (row.head) arko_serv_print(1, row.head, row.head == 748 ? 2 : 1, "vdTest", 0);
+        for (const line& l : row.lines) arko_serv_print(1, l.code, 2, 0, l.value);
+      });
+      EXPECT_EQ(printed, expected);
+      EXPECT_EQ(printed.empty(), row.status == 0);
     });
-    const ending expected = in_child([&] {
-      if (row.head == 748)
-        arko_serv_print(1, 748, 2, "vdTest", 0);
-      else if (row.head)
-        arko_serv_print(1, row.head, 1, "vdTest");
-      for (const int code : row.codes) {
-        const bool first_argument = code == 755 || code == 757 || code == 760 || code == 763;
-        const bool second_argument = code == 761 || code == 764, second_result = code == 759 || code == 766;
-        arko_serv_print(1, code, 2, 0,
-                        first_argument    ? row.v.a
-                        : second_argument ? row.v.b
-                        : second_result   ? row.v.r2
-                                          : row.v.r1);
-      }
-    });
-    EXPECT_EQ(printed.text, expected.text);
-    EXPECT_EQ(printed.text.empty(), row.status == 0);
-  }
 }
 
 // ---- traps
 
 sigjmp_buf landing;
-void land(int) { siglongjmp(landing, 1); }
 
 bool trapped(const std::function<void()>& f) {
   struct sigaction act = {}, old;
-  act.sa_handler = land;
+  act.sa_handler = [](int) { siglongjmp(landing, 1); };
   sigaction(SIGFPE, &act, &old);
   volatile bool arrived = false;
   if (sigsetjmp(landing, 1) == 0)
