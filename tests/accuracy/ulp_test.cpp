@@ -9,47 +9,49 @@ using arko::test::exact;
 using arko::test::in_relative;
 using arko::test::in_ulps;
 
-constexpr double infinite = HUGE_VAL;
+constexpr double infinite = HUGE_VAL, nan = NAN;
+
+template <class E> struct row {
+  E result;
+  typename exact<E>::wide value, rest;
+  double ulps;
+};
+template <class E> void check(std::initializer_list<row<E>> rows) {
+  for (const auto& r : rows)
+    EXPECT_EQ(in_ulps(r.result, exact<E>(r.value, r.rest)), r.ulps)
+        << r.result << " for " << r.value << " + " << r.rest;
+}
 
 TEST(Ulp, IsTheSpacingInTheBinadeOfTheExactValue) {
-  EXPECT_EQ(in_ulps(1.0f + 0x1p-23f, exact<float>(1.0)), 1);
-  EXPECT_EQ(in_ulps(1.0f, exact<float>(1.0 - 0x1p-25)), 0.5);
-  EXPECT_EQ(in_ulps(1.5f, exact<float>(1.5 + 0x1p-25)), 0.25);
-  EXPECT_EQ(in_ulps(-3.0f, exact<float>(-3.0 - 0x1p-22)), 1);
-  EXPECT_EQ(in_ulps(3.0, exact<double>(3.0L + 0x1p-53L)), 0.25);
-}
-
-TEST(Ulp, RestDecidesTheBinade) {
-  EXPECT_EQ(in_ulps(1.0f - 0x1p-24f, exact<float>(1.0, -0x1p-80)), 1);
-  EXPECT_EQ(in_ulps(1.0f - 0x1p-24f, exact<float>(1.0, 0x1p-80)), 0.5);
-  EXPECT_EQ(in_ulps(1.0, exact<double>(1.0L, 0x1p-54L)), 0.25);
-}
-
-TEST(Ulp, IsTheSmallestDenormalBelowTheNormalNumbers) {
-  EXPECT_EQ(in_ulps(0.0f, exact<float>(0x1p-149)), 1);
-  EXPECT_EQ(in_ulps(0x1p-149f, exact<float>(0.0)), 1);
-  EXPECT_EQ(in_ulps(0x1p-127f, exact<float>(0x1p-127 + 0x1p-150)), 0.5);
-  EXPECT_EQ(in_ulps(0x1p-1074, exact<double>(0x1.8p-1074L)), 0.5);
-  EXPECT_EQ(in_ulps(0.0, exact<double>(0.0L)), 0);
-}
-
-TEST(Ulp, InfinityIsTheNextPowerOfTwo) {
-  const float inf = HUGE_VALF;
-  EXPECT_EQ(in_ulps(inf, exact<float>(0x1p200)), 0);
-  EXPECT_EQ(in_ulps(inf, exact<float>(infinite)), 0);
-  EXPECT_EQ(in_ulps(inf, exact<float>(0x1.fffffep127)), 1);
-  EXPECT_EQ(in_ulps(0x1.fffffep127f, exact<float>(0x1p128)), 1);
-  EXPECT_EQ(in_ulps(-inf, exact<float>(infinite)), infinite);
-  EXPECT_EQ(in_ulps(1.0f, exact<float>(infinite)), infinite);
-  EXPECT_EQ(in_ulps(infinite, exact<double>(0x1.fffffffffffffp1023L)), 1);
-}
-
-TEST(Ulp, NaNOnlyMeetsNaN) {
-  const double nan = NAN;
-  EXPECT_EQ(in_ulps(NAN, exact<float>(nan)), 0);
-  EXPECT_EQ(in_ulps(NAN, exact<float>(1.0)), infinite);
-  EXPECT_EQ(in_ulps(1.0f, exact<float>(nan)), infinite);
-  EXPECT_EQ(in_ulps(HUGE_VALF, exact<float>(nan)), infinite);
+  check<float>({{1 + 0x1p-23f, 1, 0, 1},
+                {1, 1 - 0x1p-25, 0, 0.5},
+                {1.5, 1.5 + 0x1p-25, 0, 0.25},
+                {-3, -3 - 0x1p-22, 0, 1},
+                // the rest decides the binade
+                {1 - 0x1p-24f, 1, -0x1p-80, 1},
+                {1 - 0x1p-24f, 1, 0x1p-80, 0.5},
+                // below the normal numbers it is the smallest denormal one
+                {0, 0x1p-149, 0, 1},
+                {0x1p-149f, 0, 0, 1},
+                {0x1p-127f, 0x1p-127 + 0x1p-150, 0, 0.5},
+                // infinity is the next power of two
+                {HUGE_VALF, 0x1p200, 0, 0},
+                {HUGE_VALF, infinite, 0, 0},
+                {HUGE_VALF, infinite, infinite, 0},
+                {HUGE_VALF, 0x1.fffffep127, 0, 1},
+                {0x1.fffffep127f, 0x1p128, 0, 1},
+                {-HUGE_VALF, infinite, 0, infinite},
+                {1, infinite, 0, infinite},
+                // NaN only meets NaN
+                {NAN, nan, 0, 0},
+                {NAN, 1, 0, infinite},
+                {1, nan, 0, infinite},
+                {HUGE_VALF, nan, 0, infinite}});
+  check<double>({{3, 3 + 0x1p-53L, 0, 0.25},
+                 {1, 1, 0x1p-54L, 0.25},
+                 {0x1p-1074, 0x1.8p-1074L, 0, 0.5},
+                 {0, 0, 0, 0},
+                 {infinite, 0x1.fffffffffffffp1023L, 0, 1}});
 }
 
 TEST(Ulp, RelativeErrorsHaveAFloor) {
@@ -68,13 +70,15 @@ TEST(Ulp, MpfrValuesKeepTheirRest) {
   mpfr_nextbelow(v);
   EXPECT_EQ(exact<double>(v).rest, -0x1p-200L);
   EXPECT_EQ(exact<float>(v).rest, -0x1p-200);
-  EXPECT_EQ(in_ulps(1.0f - 0x1p-24f, exact<float>(v)), 1);
   mpfr_clear(v);
 }
 
 TEST(Ulp, MeterKeepsTheWorstAndTheMean) {
   arko::test::meter<float> a, b;
   const exact<float> quarter(1 + 0x1p-25), one(1.0), three_quarters(1 + 0x1.8p-24), small(-0x1p-127);
+  const auto is = [](const auto& worst, double error, float where) {
+    return worst.error == error && worst.where == where;
+  };
   a.add(1, 1, quarter, true);
   a.add(2, 1 + 0x3p-23f, one, false);
   a.add(5, 1 - 0x1p-23f, one, false);
@@ -82,18 +86,13 @@ TEST(Ulp, MeterKeepsTheWorstAndTheMean) {
   b.add(4, -0x1p-127f + 0x7p-149f, small, false);
   b.add_relative(3, 1.125f, one, 0);
   b.add_relative(6, 1.0625f, one, 0);
+  b.add_relative(7, 0x1.4p-3f, exact<float>(0x1p-3), 0);
   a.merge(b);
-  EXPECT_EQ(a.normal.error, 3);
-  EXPECT_EQ(a.normal.where, 2);
-  EXPECT_EQ(a.tiny.error, 7);
-  EXPECT_EQ(a.tiny.where, 4);
+  EXPECT_TRUE(is(a.normal, 3, 2) && is(a.tiny, 7, 4) && is(a.relative, 0.25, 7));
   EXPECT_EQ(a.mean(), 0.5);
   EXPECT_EQ(a.samples, 5u);
-  EXPECT_EQ(a.relative.error, 0.125);
-  EXPECT_EQ(a.relative.where, 3);
-  a.add(7, std::numeric_limits<float>::quiet_NaN(), one, false);
-  EXPECT_EQ(a.normal.error, HUGE_VAL);
-  EXPECT_EQ(a.normal.where, 7);
+  a.add(7, NAN, one, false);
+  EXPECT_TRUE(is(a.normal, HUGE_VAL, 7));
 }
 
 }  // namespace

