@@ -409,26 +409,6 @@ std::string rows(const function<E, inputs>& f, const options& o, int& exit_code)
   return result;
 }
 
-constexpr char preamble[] = R"(# Accuracy
-
-Written by the program `accuracy` (tests/accuracy): the largest and the mean error of every kernel, in units in
-the last place of the exact result. Among denormal results the unit is the smallest denormal number, and
-they have a column of their own; an infinite result counts as the power of two after the largest finite number.
-The mean is over arguments spread evenly where results are ordinary. Relative errors, given for EP, are against
-the smallest normal number where results are smaller, and in Ln, Log2 and Log10, which are zero at 1, against 1/4: so
-near to 1 double Ln at EP keeps 20 bits of its result, while the others keep the bits of their level there too. The
-limits are those that the tests hold (vector/limits.def); below the normal numbers LA stays below 4 ulp and HA below 1.
-*unit* are the kernels of unit stride, *twin* the strided ones; levels that share a kernel share a row.
-
-Double kernels are measured against MPFR at 160 bits over random bit patterns, evenly over the function's
-interval, at and around thresholds and hard cases, and at the boundaries of table rows. Single kernels are
-measured against the C library's double function over all bit patterns (`all 2^32`) or every 251st, and besides
-like double ones; the worst of each kernel is measured again against MPFR. Functions of two arguments are visited
-at pairs of random bit patterns, evenly, at pairs of special points and at pairs with digits in common.
-
-`accuracy --exhaustive docs/accuracy.md` writes this page anew; with `--only=ROOT` only the rows of one function.
-
-)";
 constexpr char heading[] =
     R"(| function | type | kernel | level | largest ulp | at | below normal | at | mean ulp | relative | limit | visited |
 | --- | --- | --- | --- | ---: | --- | ---: | --- | ---: | ---: | ---: | --- |
@@ -505,7 +485,8 @@ int main(int argc, char** argv) {
 
   auto kept = kept_rows(path);
   std::ostringstream table;
-  table << preamble << "Kernels, reference program: " << (sizeof(void*) == 8 ? "64" : "32") << " bits, "
+  table << std::ifstream(ARKO_SOURCE "/tests/accuracy/preamble.md").rdbuf()
+        << "Kernels, reference program: " << (sizeof(void*) == 8 ? "64" : "32") << " bits, "
 #ifdef __clang__
         << "clang " __clang_version__
 #else

@@ -26,32 +26,28 @@ TEST(Ulp, IsTheSpacingInTheBinadeOfTheExactValue) {
   check<float>({{1 + 0x1p-23f, 1, 0, 1},
                 {1, 1 - 0x1p-25, 0, 0.5},
                 {1.5, 1.5 + 0x1p-25, 0, 0.25},
-                {-3, -3 - 0x1p-22, 0, 1},
-                // the rest decides the binade
-                {1 - 0x1p-24f, 1, -0x1p-80, 1},
-                {1 - 0x1p-24f, 1, 0x1p-80, 0.5},
-                // below the normal numbers it is the smallest denormal one
-                {0, 0x1p-149, 0, 1},
-                {0x1p-149f, 0, 0, 1},
-                {0x1p-127f, 0x1p-127 + 0x1p-150, 0, 0.5},
-                // infinity is the next power of two
-                {HUGE_VALF, 0x1p200, 0, 0},
+                {-3, -3 - 0x1p-22, 0, 1}});
+  check<double>({{3, 3 + 0x1p-53L, 0, 0.25}, {1, 1, 0x1p-54L, 0.25}});
+  // The rest decides the binade.
+  check<float>({{1 - 0x1p-24f, 1, -0x1p-80, 1}, {1 - 0x1p-24f, 1, 0x1p-80, 0.5}});
+}
+TEST(Ulp, IsTheSmallestDenormalBelowTheNormalNumbers) {
+  check<float>({{0, 0x1p-149, 0, 1}, {0x1p-149f, 0, 0, 1}, {0x1p-127f, 0x1p-127 + 0x1p-150, 0, 0.5}});
+  check<double>({{0x1p-1074, 0x1.8p-1074L, 0, 0.5}, {0, 0, 0, 0}});
+}
+TEST(Ulp, InfinityIsTheNextPowerOfTwoAndNaNOnlyMeetsNaN) {
+  check<float>({{HUGE_VALF, 0x1p200, 0, 0},
                 {HUGE_VALF, infinite, 0, 0},
                 {HUGE_VALF, infinite, infinite, 0},
                 {HUGE_VALF, 0x1.fffffep127, 0, 1},
                 {0x1.fffffep127f, 0x1p128, 0, 1},
                 {-HUGE_VALF, infinite, 0, infinite},
                 {1, infinite, 0, infinite},
-                // NaN only meets NaN
                 {NAN, nan, 0, 0},
                 {NAN, 1, 0, infinite},
                 {1, nan, 0, infinite},
                 {HUGE_VALF, nan, 0, infinite}});
-  check<double>({{3, 3 + 0x1p-53L, 0, 0.25},
-                 {1, 1, 0x1p-54L, 0.25},
-                 {0x1p-1074, 0x1.8p-1074L, 0, 0.5},
-                 {0, 0, 0, 0},
-                 {infinite, 0x1.fffffffffffffp1023L, 0, 1}});
+  check<double>({{infinite, 0x1.fffffffffffffp1023L, 0, 1}});
 }
 
 TEST(Ulp, RelativeErrorsHaveAFloor) {
