@@ -53,17 +53,17 @@ class frame : public testing::TestWithParam<kernel> {
   std::mt19937 random{20260501};
   operand in[2], out[2];
 
-  // The unit-stride kernel of a twin's level.
+  // The unit-stride kernel of a twin's level: in the list a twin follows its function.
   kernel unit() const { return k.f->strided ? kernel{k.f - 1, k.level} : k; }
   // An increment that keeps a twin from calling the unit-stride kernel.
   int own_step() const { return k.f->strided ? 2 : 1; }
   bool can_work_in_place() const { return how.in_size == how.out_size; }
   std::vector<int> same(int inc) const { return std::vector<int>(how.inputs + how.outputs, inc); }
 
-  // A number, in all parts of an element; and its first part.
-  void put(unsigned char* at, double d) const {
+  // A number, in all parts of an argument or in the first alone; and the first part.
+  void put(unsigned char* at, double d, bool all = true) const {
     const auto s = static_cast<float>(d);
-    for (std::size_t part = 0; part < how.in_size; part += how.real_size)
+    for (std::size_t part = 0; part < (all ? how.in_size : how.real_size); part += how.real_size)
       std::memcpy(at + part, how.real_size == 4 ? static_cast<const void*>(&s) : &d, how.real_size);
   }
   double get(const unsigned char* at) const {
@@ -238,7 +238,8 @@ TEST_P(frame, reports_ascend_and_tell_the_element) {
           EXPECT_PRED2(same_number, c.Res1, result);
           EXPECT_TRUE(how.out_size > how.real_size || (c.Res1Im == 0 && c.Res2Im == 0));
           EXPECT_TRUE(later_untouched || in_place >= 0);
-          if (std::distance(expected.begin(), next++) % 2) put(results(in_place).at(replaced, c.Index), 42);
+          if (std::distance(expected.begin(), next++) % 2)
+            put(results(in_place).at(replaced, c.Index), 42, false);
         }
         EXPECT_TRUE(results(in_place).image() == replaced);
       });
