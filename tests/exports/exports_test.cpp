@@ -195,7 +195,8 @@ TEST(source, includes_go_one_way) {
   }
 }
 
-// One source of a kernel serves every width of registers: what one width has of its own stands in vector/lanes.h.
+// One source of a kernel serves every width of registers: what one width has of its own stands in
+// vector/lanes.h.
 TEST(source, kernels_name_no_width) {
   const std::regex own(
       R"(_mm\d*_\w|__m(64|128|256|512)|\w+intrin\.h|vector_size|__builtin_ia32|__AVX|__SSE)");

@@ -30,8 +30,8 @@ inline std::vector<std::vector<std::string>> rows_of(const std::string& path) {
 
 template <class T> using bits_of = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
 
-// Sums and products of numbers, decimal or hexadecimal, and of the type's own: 2.5, 0x1p-3, -inf, 3least, 1-eps/2. By its
-// bits after an @.
+// Sums and products of numbers, decimal or hexadecimal, and of the type's own: 2.5, 0x1p-3, -inf, 3least,
+// 1-eps/2. By its bits after an @.
 template <class T> T number(const std::string& text) {
   using limits = std::numeric_limits<T>;
   static const std::map<std::string, long double> names = {

@@ -1,4 +1,5 @@
-// What each function is measured against, and where one looks and times: a row for every root here and in data/places.txt.
+// What each function is measured against, and where one looks and times: a row for every root here and in
+// data/places.txt.
 #pragma once
 #include <mpfr.h>
 
@@ -9,8 +10,8 @@
 
 namespace arko::test {
 
-// Of one argument, in MPFR for results of double kernels and the worst results of single ones, and in double with an error
-// below 1 ulp for results of single kernels; and the second result, where there are two.
+// Of one argument, in MPFR for results of double kernels and the worst results of single ones, and in double
+// with an error below 1 ulp for results of single kernels; and the second result, where there are two.
 struct reference {
   int (*precise)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
   double (*quick)(double);
@@ -38,7 +39,8 @@ inline const reference Trunc{mpfr_rint_trunc, std::trunc};
 inline const reference Frac{mpfr_frac, [](double x) { return std::isinf(x) ? 0 : x - std::trunc(x); }};
 inline const reference Modf{mpfr_rint_trunc, std::trunc, Frac.precise, Frac.quick};
 
-// The one of greater magnitude, or of the lesser; the greater number, or the lesser, of two of like magnitude.
+// The one of greater magnitude, or of the lesser; the greater number, or the lesser, of two of like
+// magnitude.
 template <bool greater> int by_magnitude(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rounding) {
   const auto extreme = greater ? mpfr_max : mpfr_min;
   if (mpfr_nan_p(x) || mpfr_nan_p(y)) return extreme(r, x, y, rounding);

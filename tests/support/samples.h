@@ -5,7 +5,6 @@
 #include <cstring>
 #include <limits>
 #include <random>
-
 #include <type_traits>
 
 namespace arko::test {
@@ -46,8 +45,9 @@ inline void fill(void* to, int count, std::size_t real_size, std::mt19937& rando
   }
 }
 
-// Of two NaN the processor gives the first operand, and which that is the compiler may choose from place to place:
-// what a function of two arguments gives where both a result and the expected one are NaN counts as expected.
+// Of two NaN the processor gives the first operand, and which that is the compiler may choose from place to
+// place: what a function of two arguments gives where both a result and the expected one are NaN counts as
+// expected.
 inline void take_over_nan(void* expected, const void* result, std::size_t real_size) {
   const auto is_nan = [=](const void* p) {
     float s;

@@ -57,8 +57,8 @@ template <class T> void linear_frac(bool strided, int n, const T* a, const T* b,
     reinterpret_cast<unit>(f)(n, a, b, s[0], s[1], s[2], s[3], r);
 }
 
-// An array that need not be read is null. With a constant denominator the results are those of plain arithmetic, and else as
-// good as the reciprocal.
+// An array that need not be read is null. With a constant denominator the results are those of plain
+// arithmetic, and else as good as the reciprocal.
 TYPED_TEST(arith, linear_frac_by_its_definition) {
   using T = TypeParam;
   constexpr int n = 1003;

@@ -190,8 +190,8 @@ TEST_P(frame, exported_names_reach_the_kernel_of_their_level) {
   }
 }
 
-// Also where the results take the place of arguments: the report has the arguments as they were. The callback replaces
-// results where it returns 0.
+// Also where the results take the place of arguments: the report has the arguments as they were. The callback
+// replaces results where it returns 0.
 TEST_P(frame, reports_ascend_and_tell_the_element) {
   constexpr int n = 150;
   const auto same_number = [](double x, double y) { return x == y || (x != x && y != y); };
@@ -269,9 +269,9 @@ TEST_P(frame, error_mode_does_not_change_results) {
     }
 }
 
-// A callback may set the mode and call kernels: neither touches the arithmetic of the kernel that it interrupts, and
-// the next report goes by the new mode. It may write to arguments a block and more ahead: those are read when their
-// turn comes.
+// A callback may set the mode and call kernels: neither touches the arithmetic of the kernel that it
+// interrupts, and the next report goes by the new mode. It may write to arguments a block and more ahead:
+// those are read when their turn comes.
 TEST_P(frame, callback_may_set_the_mode_call_kernels_and_write_ahead) {
   constexpr int n = 150, ahead = 64;
   const float benign[] = {0.5f, 1.75f, 3};
@@ -307,7 +307,8 @@ TEST_P(frame, callback_may_set_the_mode_call_kernels_and_write_ahead) {
 
 // ---- the floating-point environment
 
-// Kernels that keep the caller's denormal handling, most of them the rounding too, and do not look at the mode word.
+// Kernels that keep the caller's denormal handling, most of them the rounding too, and do not look at the
+// mode word.
 bool keeps_callers_environment(const kernel& k) {
   const std::string& name = k.f->name;
   for (const char* f :
@@ -343,8 +344,8 @@ TEST_P(frame, callers_words_come_back_and_results_do_not_depend_on_them) {
     });
 }
 
-// The flags of an array are those of whole blocks of copies of each of its elements: whole numbers, and from the second round
-// on one that may be special.
+// The flags of an array are those of whole blocks of copies of each of its elements: whole numbers, and from
+// the second round on one that may be special.
 TEST_P(frame, flags_of_an_array_are_those_of_its_elements) {
   on_new_thread([&] {
     _zurSetMode(ZUR_ERRMODE_IGNORE);
@@ -377,8 +378,8 @@ INSTANTIATE_TEST_SUITE_P(all, frame, testing::ValuesIn(kernels()),
 
 // ---- the longest arrays
 
-// By unit stride, by increments, and in long steps, with a pole in the last element. The memory repeats, and so do the pole and
-// its report.
+// By unit stride, by increments, and in long steps, with a pole in the last element. The memory repeats, and
+// so do the pole and its report.
 TEST(longest_arrays, are_walked_to_their_end) {
   constexpr std::int32_t n = INT_MAX, step = 1 << 30, period = repeated::period / sizeof(float);
   constexpr std::size_t extent = std::size_t{2} * step + 1;

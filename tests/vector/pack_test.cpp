@@ -14,8 +14,8 @@ using bytes = std::vector<unsigned char>;
 
 template <class... P> void call(entry f, P... p) { reinterpret_cast<void (*)(P...)>(f)(p...); }
 
-// With I of 64 bits the kernel behind the table, flag 0; else the exported function, whose counts and increments may have
-// anything in the upper word.
+// With I of 64 bits the kernel behind the table, flag 0; else the exported function, whose counts and
+// increments may have anything in the upper word.
 template <class I> void check(const function& f) {
   constexpr bool wide = sizeof(I) == 8;
   constexpr int room = 4096;

@@ -1,4 +1,5 @@
-// The element reporter, called directly for its element types, and through a kernel where the way back counts.
+// The element reporter, called directly for its element types, and through a kernel where the way back
+// counts.
 #include "vector/report.h"
 
 #include <arko/core.h>
@@ -55,8 +56,8 @@ template <class E> class reporter : public testing::Test {
 using elements = testing::Types<float, double, zur::complex<float>, zur::complex<double>>;
 TYPED_TEST_SUITE(reporter, elements);
 
-// What is not told of an element is zero. An index counts from the interface input vector, by the size of an element; names are
-// cut.
+// What is not told of an element is zero. An index counts from the interface input vector, by the size of an
+// element; names are cut.
 TYPED_TEST(reporter, fills_the_record) {
   const struct {
     TypeParam* input_vector;
@@ -82,8 +83,8 @@ TYPED_TEST(reporter, fills_the_record) {
     });
 }
 
-// If the callback returns 0 and the status has values; of one result, given twice, the first stays, and what the callback writes to
-// the array itself does not count.
+// If the callback returns 0 and the status has values; of one result, given twice, the first stays, and what
+// the callback writes to the array itself does not count.
 TYPED_TEST(reporter, takes_results_from_the_record) {
   on_new_thread([&] {
     _zurSetErrorCallBack(callback);
@@ -144,8 +145,8 @@ constexpr status_row statuses[] = {{1, EDOM, 0x01},   {2, ERANGE, 0x04}, {3, ERA
                                    {4, ERANGE, 0x10}, {0, 0, 0},         {-1, EINVAL, 0},
                                    {-2, EACCES, 0},   {5, EFAULT, 0},    {-3, EFAULT, 0}};
 
-// What the error mode byte lets happen: the status is stored, errno is set, the x87 flag is raised, the callback is called. One
-// that does not return 0 ends the report.
+// What the error mode byte lets happen: the status is stored, errno is set, the x87 flag is raised, the
+// callback is called. One that does not return 0 ends the report.
 TEST(report_actions, follow_the_error_mode_byte) {
   const struct {
     unsigned byte;

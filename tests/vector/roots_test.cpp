@@ -23,8 +23,8 @@ TEST(roots, estimates_as_they_are) {
   }
 }
 
-// Numbers of which the products with the estimate or its square leave the normal ones: accurate at HA where denormal
-// results are flushed, too.
+// Numbers of which the products with the estimate or its square leave the normal ones: accurate at HA where
+// denormal results are flushed, too.
 template <class T> void check_flushed(std::initializer_list<T> arguments) {
   on_new_thread([&] {
     _zurSetMode(ZUR_FLUSH_DENORMALS);

@@ -1,4 +1,5 @@
-// What functions give at their edges, by data/special_values.txt; and whose rounding and denormal handling hold.
+// What functions give at their edges, by data/special_values.txt; and whose rounding and denormal handling
+// hold.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -83,8 +84,8 @@ struct row {
     EXPECT_EQ(got.reported, expected ? k.f->report_name : "");
     for (std::size_t i = 0; i < results.size() && !found_elsewhere; i++)
       EXPECT_PRED2(as_told<T>, results[i], got.results[i]);
-    // Just below the normal numbers the step that makes a result denormal may be exact and raise nothing, and lanes that
-    // the routine serves may raise more on their way to it.
+    // Just below the normal numbers the step that makes a result denormal may be exact and raise nothing, and
+    // lanes that the routine serves may raise more on their way to it.
     const bool of_nan = std::any_of(in.begin(), in.end(), [](T v) { return std::isnan(v); });
     const bool plain = std::all_of(
         in.begin(), in.end(), [](T v) { return v == 0 || (std::fabs(v) > T(1e-10) && std::fabs(v) < 80); });
@@ -117,8 +118,8 @@ TEST(special_values, come_with_their_statuses_and_flags) {
   }
 }
 
-// A quiet NaN raises nothing, in whichever argument, and a signalling one is an invalid operation; but greater and lesser of two
-// are what the processor's comparison gives, to which every NaN is invalid.
+// A quiet NaN raises nothing, in whichever argument, and a signalling one is an invalid operation; but
+// greater and lesser of two are what the processor's comparison gives, to which every NaN is invalid.
 TEST(special_values, of_nan_only_signalling_ones_are_invalid) {
   for (const kernel& k : kernels()) {
     const bool compares =
@@ -144,8 +145,8 @@ TEST(special_values, of_nan_only_signalling_ones_are_invalid) {
   }
 }
 
-// Unit-stride Rint and NearbyInt round as the caller does; all others as their names say. Log1p of double at HA has no
-// frame but for its rounding.
+// Unit-stride Rint and NearbyInt round as the caller does; all others as their names say. Log1p of double at
+// HA has no frame but for its rounding.
 template <class T> void check_rounding() {
   const struct {
     const char* root;
@@ -175,8 +176,8 @@ TEST(special_values, whose_rounding_holds) {
     }
 }
 
-// Denormal arguments and results are flushed where the mode word says so, whatever the caller's word, and with the status as
-// without; unit-stride Abs leaves them to the caller's word.
+// Denormal arguments and results are flushed where the mode word says so, whatever the caller's word, and
+// with the status as without; unit-stride Abs leaves them to the caller's word.
 template <class T> void check_denormals() {
   constexpr bool single = sizeof(T) == 4;
   constexpr T least = std::numeric_limits<T>::denorm_min();

@@ -1,4 +1,5 @@
-// The tables of the kernels: rows lie in their places, parts belong together, and what the kernels take to be exact is.
+// The tables of the kernels: rows lie in their places, parts belong together, and what the kernels take to be
+// exact is.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -107,7 +108,8 @@ TEST(tables, of_logarithms) {
 
 // ---- roots
 
-// Cubes of the first are exact, its reciprocals rounded; roots of the second are those of their c but for 2^-7 of an ulp.
+// Cubes of the first are exact, its reciprocals rounded; roots of the second are those of their c but for
+// 2^-7 of an ulp.
 template <class T, std::size_t n>
 void check_roots(const T (&cube)[n][2], const T (&inverse)[n][2], double first) {
   constexpr int digits = std::numeric_limits<T>::digits;
