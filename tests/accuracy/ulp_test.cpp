@@ -38,7 +38,7 @@ TEST(Ulp, IsTheSmallestDenormalBelowTheNormalNumbers) {
 TEST(Ulp, InfinityIsTheNextPowerOfTwoAndNaNOnlyMeetsNaN) {
   check<float>({{HUGE_VALF, 0x1p200, 0, 0},
                 {HUGE_VALF, infinite, 0, 0},
-                {HUGE_VALF, infinite, infinite, 0},
+
                 {HUGE_VALF, 0x1.fffffep127, 0, 1},
                 {0x1.fffffep127f, 0x1p128, 0, 1},
                 {-HUGE_VALF, infinite, 0, infinite},
