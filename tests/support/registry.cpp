@@ -3,6 +3,8 @@
 #include <complex>
 #include <stdexcept>
 
+#include "vector/expand.h"
+
 namespace arko::test {
 
 namespace forms {
@@ -68,38 +70,25 @@ template <class E, class R> inline constexpr form unpack_at = pack_step<E, R>;
 }  // namespace forms
 
 const std::vector<function>& functions() {
-#define ARKO_LA_s _21
-#define ARKO_LA_c _21
-#define ARKO_LA_d _50
-#define ARKO_LA_z _50
-#define ARKO_EP_s _11
-#define ARKO_EP_c _11
-#define ARKO_EP_d _26
-#define ARKO_EP_z _26
-#define ARKO_JOIN_(a, b) a##b
-#define ARKO_JOIN(a, b) ARKO_JOIN_(a, b)
 #define ARKO_ANY(f) reinterpret_cast<entry>(f)
 #define ARKO_ELEMENT_s float, float
 #define ARKO_ELEMENT_d double, double
 #define ARKO_ELEMENT_c std::complex<float>, float
 #define ARKO_ELEMENT_z std::complex<double>, double
-#define ARKO_ROW(type, F, report, strided, form)                                             \
-  {#F,                                                                                       \
-   report,                                                                                   \
-   #type[0],                                                                                 \
-   strided,                                                                                  \
-   &forms::form<ARKO_ELEMENT_##type>,                                                        \
-   {ARKO_ANY(ARKO_JOIN(_zur##F, ARKO_LA_##type)), ARKO_ANY(_zur##F), ARKO_ANY(_zur##F##_HA), \
-    ARKO_ANY(ARKO_JOIN(_zur##F, ARKO_EP_##type))},                                           \
-   {ARKO_ANY(arko_zur_kernel_##F##_ttab[0]), ARKO_ANY(arko_zur_kernel_##F##_ttab[1]),        \
-    ARKO_ANY(arko_zur_kernel_##F##_ttab[2])},                                                \
+#define ARKO_ROW(type, F, report, strided, form)                                           \
+  {#F,                                                                                     \
+   report,                                                                                 \
+   #type[0],                                                                               \
+   strided,                                                                                \
+   &forms::form<ARKO_ELEMENT_##type>,                                                      \
+   {ARKO_ANY(ZUR_JOIN(_zur##F, ZUR_LA_##type)), ARKO_ANY(_zur##F), ARKO_ANY(_zur##F##_HA), \
+    ARKO_ANY(ZUR_JOIN(_zur##F, ZUR_EP_##type))},                                           \
+   {ARKO_ANY(arko_zur_kernel_##F##_ttab[0]), ARKO_ANY(arko_zur_kernel_##F##_ttab[1]),      \
+    ARKO_ANY(arko_zur_kernel_##F##_ttab[2])},                                              \
    arko_zur_kernel_##F##_ctab},
-#define ARKO_TWIN_none(type, root, form)
-#define ARKO_TWIN_I(type, root, form) ARKO_ROW(type, type##root##I, "v" #type #root "I", true, form)
-#define ARKO_TWIN__(type, root, form) ARKO_ROW(type, type##root##I, "v" #type #root, true, form)
 #define KERNELS(type, root, form, sharing, twin, ...)      \
   ARKO_ROW(type, type##root, "v" #type #root, false, form) \
-  ARKO_TWIN_##twin(type, root, form)
+  ZUR_IF_TWIN_##twin(ARKO_ROW(type, type##root##I, "v" #type #root ZUR_TWIN_REPORTS_##twin, true, form))
   static const std::vector<function> all = {
 #include "vector/functions.def"
   };

@@ -8,17 +8,16 @@
 #include "tests/support/child.h"
 #include "tests/support/registry.h"
 #include "tests/support/samples.h"
+#include "vector/expand.h"
 
 namespace arko::test {
 
 // Kernel tables by function: zur::v32::sExp_table is the symbol zur_sExp_table_v32.
-#define TWIN_none(macro, F)
-#define TWIN_I(macro, F) macro(F##I)
-#define TWIN__(macro, F) macro(F##I)
 #define SYMBOLS(F)                                           \
   extern const entry F##_v32[3] asm("zur_" #F "_table_v32"); \
   extern const entry F##_v64[3] asm("zur_" #F "_table_v64");
-#define KERNELS(type, root, form, sharing, twin, ...) SYMBOLS(type##root) TWIN_##twin(SYMBOLS, type##root)
+#define KERNELS(type, root, form, sharing, twin, ...) \
+  SYMBOLS(type##root) ZUR_IF_TWIN_##twin(SYMBOLS(type##root##I))
 #include "vector/functions.def"
 
 }  // namespace arko::test
@@ -29,7 +28,7 @@ using namespace arko::test;
 
 #define ROW(F) {#F, {F##_v32, F##_v64}},
 const std::map<std::string, std::vector<const entry*>> wide = {
-#define KERNELS(type, root, form, sharing, twin, ...) ROW(type##root) TWIN_##twin(ROW, type##root)
+#define KERNELS(type, root, form, sharing, twin, ...) ROW(type##root) ZUR_IF_TWIN_##twin(ROW(type##root##I))
 #include "vector/functions.def"
 };
 
