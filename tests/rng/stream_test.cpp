@@ -160,7 +160,7 @@ TEST(streams, lack_memory_and_keep_what_they_have) {
                                    {KOV_BRNG_SFMT19937, {19000}}}) {
     const stream fresh(code);
     const words first = stream(fresh).integers(50);
-    const auto skipped = [&] {
+    const auto skipped = [&, &skip = skip] {  // clang++ captures no part of a pair by itself
       stream moved(fresh);
       if (moved.status()) return moved.status();
       const std::int32_t status =

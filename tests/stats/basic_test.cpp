@@ -280,7 +280,7 @@ TEST(requests, say_what_is_missing) {
       const bool possible = asked.*needs != "-";
       const std::vector<std::string> names = words_of(asked.*needs + ' ' + asked.name);
       computation<double> made(s.p);
-      const auto status = [&] {
+      const auto status = [&, method = method] {  // clang++ captures no part of a pair by itself
         made.pair() = {20, 20};
         return made.run(s, 0, s.n, asked.mask, {.method = method});
       };
