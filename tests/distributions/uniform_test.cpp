@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <span>
 #include <string>
 
 #include "core/testing.h"
@@ -221,7 +222,8 @@ TEST(uniform, bits_are_random_ones_or_refused) {
       for (std::size_t i = 0; i < x.size(); i += bytes / 4)
         expected.push_back(bytes == 4 ? x[i] : x[i + 1] << 5 | x[i] >> 27);
       EXPECT_EQ(r, expected) << family << ' ' << n;
-      EXPECT_EQ(std::memcmp(pairs.data(), expected.data(), 8 * count), 0) << family << ' ' << n;
+      EXPECT_TRUE(std::ranges::equal(std::as_bytes(std::span(pairs)), std::as_bytes(std::span(expected))))
+          << family << ' ' << n;
       for (const stream* each : {&half, &full}) EXPECT_EQ(each->record(), words_of.record());
     }
   }
